@@ -1,0 +1,3 @@
+#include <shared/platform/LibraryVersion.h>
+
+const char* SharedLibraryVersion() { return SHARED_VERSION_STRING; }
