@@ -20,5 +20,7 @@
 // comms
 
 // places
+#include <shared/places/IWardenCollection.h>
+#include <shared/places/IWardenCollectionItem.h>
 
 // phonebook
