@@ -1,0 +1,345 @@
+#include "TzEnvironment.h"
+
+#include <gtest/gtest.h>
+#include <random>
+#include <shared/platform/TimeZoneRules.h>
+#include <shared/time/NCivilTime.h>
+#include <vector>
+
+using NCivilTime::TIMESTAMP;
+
+namespace
+{
+
+constexpr std::uint32_t kFirstOf2101 = 4133980800U; // 2101-01-01 00:00:00 UTC (Gregorian)
+
+TIMESTAMP Record(int year, int month, int day, int hour = 0, int minute = 0, int second = 0)
+{
+    TIMESTAMP ts{};
+    ts.usYear = static_cast<std::uint16_t>(year);
+    ts.byMonth = static_cast<std::uint8_t>(month);
+    ts.byDay = static_cast<std::uint8_t>(day);
+    ts.byHour = static_cast<std::uint8_t>(hour);
+    ts.byMinute = static_cast<std::uint8_t>(minute);
+    ts.bySecond = static_cast<std::uint8_t>(second);
+    return ts;
+}
+
+void ExpectSameAsTm(const TIMESTAMP& ts, const std::tm& tm, std::int64_t t)
+{
+    ASSERT_EQ(ts.usYear, tm.tm_year + 1900) << t;
+    ASSERT_EQ(ts.byMonth, tm.tm_mon + 1) << t;
+    ASSERT_EQ(ts.byDay, tm.tm_mday) << t;
+    ASSERT_EQ(ts.byHour, tm.tm_hour) << t;
+    ASSERT_EQ(ts.byMinute, tm.tm_min) << t;
+    ASSERT_EQ(ts.bySecond, tm.tm_sec) << t;
+    ASSERT_EQ(ts.byDayOfWeek, tm.tm_wday) << t;
+    ASSERT_EQ(ts.usDayOfYear, tm.tm_yday) << t;
+}
+
+// Instants spread over the range plus the edges of every year, where calendar slips show.
+std::vector<std::uint32_t> Instants(std::uint32_t limit)
+{
+    std::vector<std::uint32_t> out;
+    std::mt19937 random(19700101);
+    for (int i = 0; i < 20000; ++i)
+        out.push_back(static_cast<std::uint32_t>(random() % limit));
+    for (int year = 1970; year <= 2100; ++year)
+    {
+        std::tm tm{};
+        tm.tm_year = year - 1900;
+        tm.tm_mday = 1;
+        const auto jan1 = static_cast<std::int64_t>(timegm(&tm));
+        for (std::int64_t d : {-86400LL, -1LL, 0LL, 1LL, 59LL * 86400, 60LL * 86400})
+            if (jan1 + d >= 0 && jan1 + d < limit)
+                out.push_back(static_cast<std::uint32_t>(jan1 + d));
+    }
+    return out;
+}
+
+// Installs a zone for NCivilTime and the C library together.
+class ZoneFixture
+{
+public:
+    explicit ZoneFixture(const char* tz)
+        : m_env(tz), m_rules(*shared::platform::TimeZoneRules::FromPosixString(tz))
+    {
+        EXPECT_EQ(NCivilTime::SetTimeZone(), 1) << tz;
+    }
+    ~ZoneFixture()
+    {
+        shared::platform::OverrideTimeZoneRules(shared::platform::TimeZoneRules());
+        NCivilTime::SetTimeZone();
+        shared::platform::OverrideTimeZoneRules(std::nullopt);
+    }
+
+private:
+    TzEnvironment m_env;
+    shared::platform::ScopedTimeZoneRules m_rules;
+};
+
+} // namespace
+
+TEST(NCivilTimeTest, BreakDownWithoutZoneMatchesGmtime)
+{
+    TIMESTAMP ts{};
+    for (std::uint32_t t : Instants(kFirstOf2101))
+    {
+        const time_t tt = t;
+        std::tm tm{};
+        ASSERT_NE(gmtime_r(&tt, &tm), nullptr);
+        ASSERT_EQ(NCivilTime::ConvertToBrokenDownTime(&ts, t, 0), &ts);
+        ExpectSameAsTm(ts, tm, t);
+        ASSERT_EQ(NCivilTime::ConvertFromBrokenDownTime(&ts, 0), t);
+    }
+}
+
+TEST(NCivilTimeTest, RecordsAreCheckedBeforeConversion)
+{
+    auto convert = [](TIMESTAMP ts) { return NCivilTime::ConvertFromBrokenDownTime(&ts, 0); };
+    EXPECT_EQ(convert(Record(1970, 1, 1)), 0UL);
+    EXPECT_EQ(convert(Record(2006, 6, 12, 10, 30, 5)), 1150108205UL);
+    EXPECT_EQ(convert(Record(106, 6, 12, 10, 30, 5)), 1150108205UL); // years since 1900
+    EXPECT_EQ(convert(Record(2006, 13, 1)), 0xFFFFFFFFUL);
+    EXPECT_EQ(convert(Record(2006, 0, 1)), 0xFFFFFFFFUL);
+    EXPECT_EQ(convert(Record(1969, 12, 31)), 0xFFFFFFFFUL);
+    EXPECT_EQ(convert(Record(69, 12, 31)), 0xFFFFFFFFUL);
+    EXPECT_EQ(convert(Record(2006, 2, 31)), 0xFFFFFFFFUL);
+    EXPECT_EQ(convert(Record(2006, 4, 31)), 0xFFFFFFFFUL);
+    EXPECT_EQ(convert(Record(2004, 2, 29)), 1078012800UL);
+    EXPECT_EQ(convert(Record(2005, 2, 29)), 0xFFFFFFFFUL);
+    EXPECT_EQ(convert(Record(2000, 2, 29)), 951782400UL); // divisible by 400: leap
+    // Day 0 is let through and means the last day of the month before.
+    EXPECT_EQ(convert(Record(2006, 3, 0)), convert(Record(2006, 2, 28)));
+    EXPECT_EQ(NCivilTime::ConvertFromBrokenDownTime(nullptr, 0), 0xFFFFFFFFUL);
+
+    TIMESTAMP ts = Record(106, 6, 12);
+    NCivilTime::ConvertFromBrokenDownTime(&ts, 0);
+    EXPECT_EQ(ts.usYear, 106); // read, not rewritten
+
+    TIMESTAMP epoch{};
+    ASSERT_NE(NCivilTime::ConvertToBrokenDownTime(&epoch, 0, 0), nullptr);
+    EXPECT_EQ(epoch.usYear, 1970);
+    EXPECT_EQ(epoch.byMonth, 1);
+    EXPECT_EQ(epoch.byDay, 1);
+    EXPECT_EQ(epoch.byDayOfWeek, 4); // Thursday
+    EXPECT_EQ(epoch.usDayOfYear, 0);
+    EXPECT_EQ(NCivilTime::ConvertToBrokenDownTime(nullptr, 0, 0), nullptr);
+}
+
+TEST(NCivilTimeTest, CenturyRuleIsLeftOutOfTheDayCount)
+{
+    // 2100 is not a leap year, but the four-year cycles give it 366 days: its last day breaks
+    // down as month 13, and from 2101 on the calendar runs one day behind the Gregorian one.
+    TIMESTAMP ts{};
+    ASSERT_NE(NCivilTime::ConvertToBrokenDownTime(&ts, kFirstOf2101 - 1, 0), nullptr);
+    EXPECT_EQ(ts.usYear, 2100);
+    EXPECT_EQ(ts.byMonth, 12);
+    EXPECT_EQ(ts.byDay, 31);
+    ASSERT_NE(NCivilTime::ConvertToBrokenDownTime(&ts, kFirstOf2101, 0), nullptr);
+    EXPECT_EQ(ts.usYear, 2100);
+    EXPECT_EQ(ts.byMonth, 13);
+    EXPECT_EQ(ts.byDay, 1);
+    EXPECT_EQ(ts.usDayOfYear, 365);
+    ASSERT_NE(NCivilTime::ConvertToBrokenDownTime(&ts, kFirstOf2101 + 86400, 0), nullptr);
+    EXPECT_EQ(ts.usYear, 2101);
+    EXPECT_EQ(ts.byMonth, 1);
+    EXPECT_EQ(ts.byDay, 1);
+    EXPECT_EQ(ts.byDayOfWeek, 0); // weekdays stay true: 2101-01-02 is a Sunday
+
+    TIMESTAMP firstOf2101 = Record(2101, 1, 1);
+    EXPECT_EQ(NCivilTime::ConvertFromBrokenDownTime(&firstOf2101, 0), kFirstOf2101 + 86400UL);
+
+    // The whole 32-bit range still round-trips, apart from the month-13 day.
+    std::mt19937 random(2101);
+    for (int i = 0; i < 5000; ++i)
+    {
+        const std::uint32_t t =
+            kFirstOf2101 + 86400 + random() % (0xFFFFFFFFU - kFirstOf2101 - 86400);
+        ASSERT_NE(NCivilTime::ConvertToBrokenDownTime(&ts, t, 0), nullptr);
+        ASSERT_EQ(NCivilTime::ConvertFromBrokenDownTime(&ts, 0), t);
+    }
+    // Records past the 32-bit range wrap, as unsigned 32-bit arithmetic does.
+    TIMESTAMP late = Record(2106, 3, 1);
+    TIMESTAMP wrapped = Record(1970, 1, 1);
+    const unsigned long lateSeconds = NCivilTime::ConvertFromBrokenDownTime(&late, 0);
+    EXPECT_LT(lateSeconds, 0x100000000UL);
+    ASSERT_NE(NCivilTime::ConvertToBrokenDownTime(&wrapped, lateSeconds, 0), nullptr);
+    EXPECT_EQ(wrapped.usYear, 1970);
+}
+
+TEST(NCivilTimeTest, ZoneAppliedMatchesLocaltimeWhereTheRulesAgree)
+{
+    // Northern zones: the rules agree with the real ones at every instant. AEST: they agree
+    // except from 1 January to the end of daylight saving, which counts as standard time.
+    struct Zone
+    {
+        const char* tz;
+        bool southern;
+    };
+    for (const Zone& zone :
+         {Zone{"GMT0BST,M3.5.0/1,M10.5.0", false}, Zone{"CET-1CEST,M3.5.0,M10.5.0/3", false},
+          Zone{"EST5EDT,M3.2.0,M11.1.0", false}, Zone{"AEST-10AEDT,M10.1.0,M4.1.0/3", true}})
+    {
+        ZoneFixture fixture(zone.tz);
+        const auto rules = shared::platform::TimeZoneRules::FromPosixString(zone.tz);
+        auto instants = Instants(kFirstOf2101 - 86400);
+        for (int year = 1971; year < 2100; year += 7)
+        {
+            const auto tr = rules->GetTransitionsInYear(year);
+            for (std::int64_t d : {-3601LL, -1LL, 0LL, 1LL, 3600LL})
+            {
+                instants.push_back(static_cast<std::uint32_t>(tr->daylightStart + d));
+                instants.push_back(static_cast<std::uint32_t>(tr->daylightEnd + d));
+            }
+        }
+        TIMESTAMP ts{};
+        for (std::uint32_t t : instants)
+        {
+            const time_t tt = t;
+            std::tm tm{};
+            ASSERT_NE(localtime_r(&tt, &tm), nullptr);
+            std::tm utc{};
+            gmtime_r(&tt, &utc);
+            if (tm.tm_year < 70)
+            {
+                ASSERT_EQ(NCivilTime::ConvertToBrokenDownTime(&ts, t, 1), nullptr);
+                continue;
+            }
+            if (zone.southern && tm.tm_isdst > 0 &&
+                static_cast<std::int64_t>(t) <
+                    rules->GetTransitionsInYear(utc.tm_year + 1900)->daylightEnd)
+            {
+                // The documented difference: standard time until daylight saving ends.
+                ASSERT_NE(NCivilTime::ConvertToBrokenDownTime(&ts, t, 1), nullptr);
+                std::int64_t standard = static_cast<std::int64_t>(t) + 36000;
+                const time_t st = standard;
+                gmtime_r(&st, &tm);
+                ExpectSameAsTm(ts, tm, t);
+                continue;
+            }
+            ASSERT_NE(NCivilTime::ConvertToBrokenDownTime(&ts, t, 1), nullptr) << zone.tz;
+            ExpectSameAsTm(ts, tm, t);
+            if (HasFatalFailure())
+                FAIL() << zone.tz;
+
+            // Back from local wall time, away from the ambiguous or missing hour around a change.
+            const auto tr = rules->GetTransitionsInYear(tm.tm_year + 1900);
+            const auto nearChange = [&](std::int64_t edge)
+            {
+                return static_cast<std::int64_t>(t) > edge - 2 * 3600 &&
+                       static_cast<std::int64_t>(t) < edge + 2 * 3600;
+            };
+            if (nearChange(tr->daylightStart) || nearChange(tr->daylightEnd))
+                continue;
+            if (zone.southern && tm.tm_isdst > 0)
+                continue;
+            ASSERT_EQ(NCivilTime::ConvertFromBrokenDownTime(&ts, 1), t) << zone.tz;
+        }
+    }
+}
+
+TEST(NCivilTimeTest, DaylightSavingByTheRules)
+{
+    ZoneFixture fixture("GMT0BST,M3.5.0/1,M10.5.0");
+    TIMESTAMP ts{};
+    TIMESTAMP july = Record(2006, 7, 12, 12);
+    const unsigned long noonUtc = NCivilTime::ConvertFromBrokenDownTime(&july, 0);
+    ASSERT_NE(NCivilTime::ConvertToBrokenDownTime(&ts, noonUtc, 1), nullptr);
+    EXPECT_EQ(ts.byHour, 13);
+    // Local 13:00 in July is 12:00 UTC; local 12:00 in January is 12:00 UTC.
+    EXPECT_EQ(NCivilTime::ConvertFromBrokenDownTime(&ts, 1), noonUtc);
+    TIMESTAMP january = Record(2006, 1, 12, 12);
+    EXPECT_EQ(NCivilTime::ConvertFromBrokenDownTime(&january, 1),
+              NCivilTime::ConvertFromBrokenDownTime(&january, 0));
+
+    // 2006: daylight saving from 26 March 01:00 UTC to 29 October 01:00 UTC.
+    NCivilTime::TIMEZONERULE rules[2];
+    NCivilTime::GetTimeZoneRulesForYear(rules, 2006);
+    EXPECT_EQ(rules[0].ulChangeInstant, 1143334800U);
+    EXPECT_EQ(rules[1].ulChangeInstant, 1162083600U);
+    EXPECT_EQ(rules[0].lOffset, 0);
+    EXPECT_EQ(rules[1].lOffset, 3600);
+    EXPECT_EQ(rules[0].usType, NCivilTime::TIMEZONERULE::TYPE_MONTH_WEEK_DAY);
+    EXPECT_EQ(rules[0].usMonth, 3);
+    EXPECT_EQ(rules[0].usWeek, 5);
+    EXPECT_EQ(rules[0].ulTimeOfChange, 3600U);
+}
+
+TEST(NCivilTimeTest, SouthernDaylightSavingAcrossTheNewYear)
+{
+    ZoneFixture fixture("AEST-10AEDT,M10.1.0,M4.1.0/3");
+    TIMESTAMP ts{};
+    // 2006-01-15 00:00 UTC: really daylight time (11:00), here standard time (10:00).
+    ASSERT_NE(NCivilTime::ConvertToBrokenDownTime(&ts, 1137283200UL, 1), nullptr);
+    EXPECT_EQ(ts.byHour, 10);
+    // 2006-12-15 00:00 UTC: daylight time, 11:00.
+    ASSERT_NE(NCivilTime::ConvertToBrokenDownTime(&ts, 1166140800UL, 1), nullptr);
+    EXPECT_EQ(ts.byHour, 11);
+    NCivilTime::TIMEZONERULE rules[2];
+    NCivilTime::GetTimeZoneRulesForYear(rules, 2006);
+    EXPECT_LT(rules[0].ulChangeInstant, rules[1].ulChangeInstant); // end taken from 2007
+    EXPECT_EQ(rules[1].ulChangeInstant, 1175356800U);              // 2007-04-01 03:00 AEDT
+}
+
+TEST(NCivilTimeTest, RuleKindsAndZoneWithoutDaylightSaving)
+{
+    using NCivilTime::TIMEZONERULE;
+    TIMEZONERULE rule{TIMEZONERULE::TYPE_JULIAN_NO_LEAP, 60, 0, 0, 7200, 3600, 0};
+    NCivilTime::ComputeTimeZoneChange(&rule, 2004); // J60 in a leap year: 1 March
+    EXPECT_EQ(rule.ulChangeInstant, 1078099200U + 7200 - 3600);
+    rule.usType = TIMEZONERULE::TYPE_DAY_OF_YEAR; // day 60 counting 29 February: 1 March too
+    NCivilTime::ComputeTimeZoneChange(&rule, 2004);
+    EXPECT_EQ(rule.ulChangeInstant, 1078099200U + 7200 - 3600);
+    NCivilTime::ComputeTimeZoneChange(&rule, 2005); // day 60 of a common year: 2 March
+    EXPECT_EQ(rule.ulChangeInstant, 1109721600U + 7200 - 3600);
+    // Second Sunday of March 2007 is the 11th; the fifth Sunday of February 2009 is the last.
+    rule = {TIMEZONERULE::TYPE_MONTH_WEEK_DAY, 0, 2, 3, 7200, -18000, 0};
+    NCivilTime::ComputeTimeZoneChange(&rule, 2007);
+    EXPECT_EQ(rule.ulChangeInstant, 1173596400U);
+    rule = {TIMEZONERULE::TYPE_MONTH_WEEK_DAY, 0, 5, 2, 0, 0, 0};
+    NCivilTime::ComputeTimeZoneChange(&rule, 2009);
+    EXPECT_EQ(rule.ulChangeInstant, 1235260800U); // 2009-02-22
+    NCivilTime::ComputeTimeZoneChange(nullptr, 2009);
+
+    // A fixed zone east of UTC applies its offset at every instant of the year, the last hours
+    // before the new year included: their rules are those of the year that is ending.
+    ZoneFixture fixture("<+03>-3");
+    TIMESTAMP ts{};
+    for (unsigned long t : {1262293200UL, 1262300399UL, 1262304000UL, 1277942400UL})
+    {
+        ASSERT_NE(NCivilTime::ConvertToBrokenDownTime(&ts, t, 1), nullptr);
+        const time_t tt = static_cast<time_t>(t + 10800);
+        std::tm tm{};
+        gmtime_r(&tt, &tm);
+        ExpectSameAsTm(ts, tm, static_cast<std::int64_t>(t));
+    }
+}
+
+TEST(NCivilTimeTest, LoadingRules)
+{
+    {
+        ZoneFixture fixture("EST5EDT,M3.2.0,M11.1.0");
+        TIMESTAMP ts{};
+        // West of UTC the first hours of 1970 would fall before 1970 in local time.
+        EXPECT_EQ(NCivilTime::ConvertToBrokenDownTime(&ts, 3600, 1), nullptr);
+        ASSERT_NE(NCivilTime::ConvertToBrokenDownTime(&ts, 18000, 1), nullptr);
+        EXPECT_EQ(ts.usYear, 1970);
+        EXPECT_EQ(ts.byHour, 0);
+    }
+    // Absolute change dates cannot be loaded; the rules then read as UTC.
+    {
+        ZoneFixture fixture("UTC0");
+        shared::platform::ScopedTimeZoneRules julian(
+            *shared::platform::TimeZoneRules::FromPosixString("XST-2XDT,J60,J300"));
+        EXPECT_EQ(NCivilTime::SetTimeZone(), 0);
+        TIMESTAMP ts{};
+        ASSERT_NE(NCivilTime::ConvertToBrokenDownTime(&ts, 1150108205UL, 1), nullptr);
+        EXPECT_EQ(ts.byHour, 10);
+    }
+    {
+        TzEnvironment env("garbage");
+        shared::platform::OverrideTimeZoneRules(std::nullopt);
+        EXPECT_EQ(NCivilTime::SetTimeZone(), 0);
+    }
+}
