@@ -18,6 +18,7 @@
 // positioning
 
 // comms
+#include <shared/comms/CZModem.h>
 
 // places
 #include <shared/places/IWardenCollection.h>

@@ -1,0 +1,67 @@
+// Check values of both CRCs and the header value byte order.
+
+#include "ZModemTestSupport.h"
+
+#include <gtest/gtest.h>
+
+using namespace zmodem_test;
+
+namespace
+{
+
+struct HeaderValues : CZModem
+{
+    using CZModem::GetHeaderValue;
+    using CZModem::SetHeaderValue;
+};
+
+} // namespace
+
+TEST(ZModemCrc, MatchesPublishedCheckValues)
+{
+    // The catalogue check values for "123456789": CRC-16/XMODEM 0x31C3, CRC-32 0xCBF43926.
+    const Bytes check = ToBytes("123456789");
+    EXPECT_EQ(Crc16(check), 0x31C3);
+    EXPECT_EQ(Crc32(check), 0xCBF43926u);
+    EXPECT_EQ(Crc16({}), 0);
+    EXPECT_EQ(Crc32({}), 0u);
+}
+
+TEST(ZModemCrc, MessageFollowedByItsCrcLeavesTheResidue)
+{
+    Bytes data = ToBytes("ZModem \x18\x7f\xff");
+    Bytes with16 = data;
+    const std::uint16_t c16 = Crc16(data);
+    with16.push_back(static_cast<std::uint8_t>(c16 >> 8));
+    with16.push_back(static_cast<std::uint8_t>(c16));
+    std::uint16_t r16 = 0;
+    for (auto b : with16)
+        r16 = CZModem::UpdateCRC16(b, r16);
+    EXPECT_EQ(r16, 0);
+
+    Bytes with32 = data;
+    Append(with32, Encoder::Value(Crc32(data)));
+    std::uint32_t r32 = 0xFFFFFFFFu;
+    for (auto b : with32)
+        r32 = CZModem::UpdateCRC32(b, r32);
+    EXPECT_EQ(r32, 0xDEBB20E3u);
+}
+
+TEST(ZModemCrc, TablesHoldThePolynomials)
+{
+    EXPECT_EQ(CZModem::s_wCRC16Table[0], 0);
+    EXPECT_EQ(CZModem::s_wCRC16Table[1], 0x1021);
+    EXPECT_EQ(CZModem::s_wCRC16Table[0x80], 0x9188);
+    EXPECT_EQ(CZModem::s_dwCRC32Table[0x80], 0xEDB88320u);
+    EXPECT_EQ(CZModem::s_dwCRC32Table[1], 0x77073096u);
+}
+
+TEST(ZModemCrc, HeaderValuesAreLittleEndian)
+{
+    std::array<std::uint8_t, 4> header{};
+    HeaderValues::SetHeaderValue(header, 0x12345678);
+    EXPECT_EQ(header, (std::array<std::uint8_t, 4>{0x78, 0x56, 0x34, 0x12}));
+    EXPECT_EQ(HeaderValues::GetHeaderValue(header), 0x12345678u);
+    HeaderValues::SetHeaderValue(header, 0xFFFFFFFF);
+    EXPECT_EQ(HeaderValues::GetHeaderValue(header), 0xFFFFFFFFu);
+}

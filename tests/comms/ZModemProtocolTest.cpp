@@ -1,0 +1,653 @@
+// The receiver against scripted senders: handshake, file headers, data frames, error recovery
+// and cancellation, checked byte for byte on what it writes and what it answers.
+
+#include "ZModemTestSupport.h"
+
+#include <gtest/gtest.h>
+#include <numeric>
+
+using namespace zmodem_test;
+
+namespace
+{
+
+enum class Frames
+{
+    Hex,   // hex ZDATA header, CRC-16 data
+    Bin16, // binary CRC-16 headers and data
+    Bin32, // binary CRC-32 headers and data
+};
+
+Bytes Header(const Encoder& enc, Frames frames, int type, const Bytes& header)
+{
+    switch (frames)
+    {
+    case Frames::Hex:
+        return Encoder::Hex(type, header);
+    case Frames::Bin16:
+        return enc.Bin16(type, header);
+    default:
+        return enc.Bin32(type, header);
+    }
+}
+
+Bytes Sub(const Encoder& enc, Frames frames, const Bytes& data, char end)
+{
+    return frames == Frames::Bin32 ? enc.Data32(data, end) : enc.Data16(data, end);
+}
+
+// ZDATA at `position`, the bytes cut in subpackets of `chunk`, all ending with `mid` but the
+// last, which ends with `last`.
+Bytes DataFrame(const Encoder& enc, Frames frames, std::uint32_t position, const Bytes& data,
+                std::size_t chunk, char mid = 'i', char last = 'h')
+{
+    Bytes out = Header(enc, frames, CZModem::ZDATA, Encoder::Value(position));
+    for (std::size_t at = 0; at < data.size() || at == 0; at += chunk)
+    {
+        const std::size_t n = std::min(chunk, data.size() - at);
+        const bool final = at + n >= data.size();
+        Append(out, Sub(enc, frames,
+                        Bytes(data.begin() + static_cast<long>(at),
+                              data.begin() + static_cast<long>(at + n)),
+                        final ? last : mid));
+        if (final)
+            break;
+    }
+    return out;
+}
+
+Bytes FileHeader(const Encoder& enc, Frames frames, const std::string& name,
+                 const std::string& info, std::uint8_t conversion = 0, std::uint8_t management = 0)
+{
+    Bytes out = Header(enc, frames, CZModem::ZFILE, Encoder::Flags(conversion, management));
+    Bytes body = ToBytes(name);
+    body.push_back(0);
+    Append(body, ToBytes(info));
+    body.push_back(0);
+    Append(out, Sub(enc, frames, body, 'k'));
+    return out;
+}
+
+Bytes Finish()
+{
+    Bytes out = Encoder::Hex(CZModem::ZFIN, Encoder::Value(0));
+    Append(out, ToBytes("OO"));
+    return out;
+}
+
+Bytes AllByteValues(std::size_t size)
+{
+    Bytes data(size);
+    for (std::size_t i = 0; i < size; ++i)
+        data[i] = static_cast<std::uint8_t>((i * 7 + i / 256) & 0xFF);
+    return data;
+}
+
+// A whole one-file session as a streaming sender would send it.
+Bytes OneFileSession(const Encoder& enc, Frames frames, const std::string& name, const Bytes& data,
+                     std::size_t chunk = 1024)
+{
+    Bytes s = Encoder::Hex(CZModem::ZRQINIT, Encoder::Value(0));
+    Append(s, FileHeader(enc, frames, name, std::to_string(data.size()) + " 0 100644"));
+    Append(s, DataFrame(enc, frames, 0, data, chunk));
+    Append(s, Header(enc, frames, CZModem::ZEOF,
+                     Encoder::Value(static_cast<std::uint32_t>(data.size()))));
+    Append(s, Finish());
+    return s;
+}
+
+} // namespace
+
+// ---------------------------------------------------------------------------------------------
+
+TEST(ZModemHandshake, AnnouncesCapabilitiesInZrinitAccordingToFlags)
+{
+    struct Case
+    {
+        CZModem::E_ZMODEM_FLAGS flags;
+        std::uint8_t zf0;
+    };
+    for (const Case& c :
+         {Case{CZModem::ZMODEM_NO_FLAGS, 0x23}, Case{CZModem::ZMODEM_CAN_SEND_BREAK, 0x27},
+          Case{CZModem::ZMODEM_ESCAPE_CONTROLS, 0x63},
+          Case{CZModem::ZMODEM_CAN_SEND_BREAK | CZModem::ZMODEM_ESCAPE_CONTROLS, 0x67}})
+    {
+        ScriptedZModem rx(c.flags);
+        rx.Feed(Finish());
+        ASSERT_TRUE(rx.ZModemReceive());
+        SentStream out(rx.sent);
+        ASSERT_FALSE(out.headers.empty());
+        EXPECT_EQ(out.headers[0].type, CZModem::ZRINIT);
+        EXPECT_EQ(out.headers[0].header, (Bytes{0, 0, 0, c.zf0}));
+        // The hex header goes out in one piece ending with CR, 0x8A and XON.
+        EXPECT_EQ(rx.sent[0], '*');
+        EXPECT_EQ(Bytes(rx.sent.begin() + 18, rx.sent.begin() + 21), (Bytes{'\r', 0x8A, 0x11}));
+    }
+}
+
+TEST(ZModemHandshake, SenderWithNothingToSendEndsWithZfinAndOver)
+{
+    ScriptedZModem rx;
+    rx.Feed(Encoder::Hex(CZModem::ZRQINIT, Encoder::Value(0)));
+    rx.Feed(Finish());
+    EXPECT_TRUE(rx.ZModemReceive());
+    EXPECT_TRUE(rx.store.files.empty());
+    SentStream out(rx.sent);
+    EXPECT_EQ(out.Types(), (std::vector<int>{CZModem::ZRINIT, CZModem::ZRINIT, CZModem::ZFIN}));
+    EXPECT_TRUE(out.other.empty());
+    // ZFIN carries no XON; the wait for "OO" is long, the second 'O' short.
+    EXPECT_FALSE(EndsWith(rx.sent, {0x11}));
+    EXPECT_TRUE(rx.input.empty());
+}
+
+TEST(ZModemHandshake, MissingOverAfterZfinStillSucceedsAfterTheLongWait)
+{
+    ScriptedZModem rx;
+    rx.Feed(Encoder::Hex(CZModem::ZFIN, Encoder::Value(0)));
+    EXPECT_TRUE(rx.ZModemReceive());
+    EXPECT_EQ(rx.timeoutRequests, (std::vector<unsigned long>{10000}));
+}
+
+TEST(ZModemHandshake, FailsWithCancelWhenTheOtherSideIsAReceiverOrCancels)
+{
+    Bytes cans(5, 0x18);
+    for (const Bytes& answer : {Encoder::Hex(CZModem::ZRINIT, Encoder::Flags(0x23)), cans})
+    {
+        ScriptedZModem rx;
+        rx.Feed(answer);
+        EXPECT_FALSE(rx.ZModemReceive());
+        EXPECT_TRUE(EndsWith(rx.sent, CancelSequence()));
+        EXPECT_EQ(SentStream(rx.sent).Count(CZModem::ZRINIT), 1);
+    }
+}
+
+TEST(ZModemHandshake, GivesUpAfterFiveUnansweredAttempts)
+{
+    ScriptedZModem rx;
+    Bytes noise = ToBytes("garbage\r\n");
+    rx.Feed(noise); // ignored bytes, then silence
+    EXPECT_FALSE(rx.ZModemReceive());
+    SentStream out(rx.sent);
+    EXPECT_EQ(out.Count(CZModem::ZRINIT), 5);
+    EXPECT_EQ(out.other, CancelSequence());
+}
+
+TEST(ZModemHandshake, FourCansAreNotACancel)
+{
+    ScriptedZModem rx;
+    rx.Feed(Bytes(4, 0x18));
+    rx.Feed(Finish());
+    EXPECT_TRUE(rx.ZModemReceive());
+}
+
+TEST(ZModemHandshake, ZsinitSetsAttentionStringAndEscapingThenErrorsSendIt)
+{
+    Encoder enc;
+    enc.escapeAll = true; // what a sender does once it has asked for escaping
+    ScriptedZModem rx;
+    rx.Feed(enc.Bin32(CZModem::ZSINIT, Encoder::Flags(0x40)));
+    rx.Feed(enc.Data32(ToBytes("ATTN"), 'k')); // the NUL is not needed
+    rx.Feed(enc.File32("f", "3"));
+    // A damaged first subpacket, then the good one.
+    Bytes bad = enc.Bin32(CZModem::ZDATA, Encoder::Value(0));
+    Bytes damaged = enc.Data32(ToBytes("abc"), 'h');
+    damaged[0] ^= 0x01;
+    Append(bad, damaged);
+    rx.Feed(bad);
+    rx.Feed(DataFrame(enc, Frames::Bin32, 0, ToBytes("abc"), 1024));
+    rx.Feed(enc.Bin32(CZModem::ZEOF, Encoder::Value(3)));
+    rx.Feed(Finish());
+
+    ASSERT_TRUE(rx.ZModemReceive());
+    EXPECT_STREQ(rx.GetAttentionString(), "ATTN");
+    EXPECT_TRUE(rx.GetFlags() & CZModem::ZMODEM_ESCAPE_CONTROLS);
+    SentStream out(rx.sent);
+    ASSERT_GE(out.headers.size(), 2u);
+    EXPECT_EQ(out.headers[1].type, CZModem::ZACK);
+    EXPECT_EQ(out.headers[1].value, 1u);
+    EXPECT_EQ(out.other, ToBytes("ATTN"));
+    ASSERT_EQ(rx.store.files.size(), 1u);
+    EXPECT_EQ(rx.store.files[0].data, ToBytes("abc"));
+    // ESCCTL now set, later ZRINITs say so.
+    EXPECT_EQ(out.headers.back().type, CZModem::ZFIN);
+    EXPECT_EQ(out.headers[out.headers.size() - 2].header[3], 0x63);
+}
+
+TEST(ZModemHandshake, ZsinitWithDamagedStringIsRefusedAndKeepsTheOldOne)
+{
+    Encoder enc;
+    ScriptedZModem rx;
+    rx.Feed(enc.Bin32(CZModem::ZSINIT, Encoder::Flags(0)));
+    Bytes bad = enc.Data32(ToBytes("XYZ"), 'k');
+    bad[1] ^= 0x02;
+    rx.Feed(bad);
+    rx.Feed(Finish());
+    ASSERT_TRUE(rx.ZModemReceive());
+    EXPECT_STREQ(rx.GetAttentionString(), "");
+    SentStream out(rx.sent);
+    EXPECT_EQ(out.Types(),
+              (std::vector<int>{CZModem::ZRINIT, CZModem::ZNAK, CZModem::ZRINIT, CZModem::ZFIN}));
+}
+
+TEST(ZModemHandshake, AnswersFreeSpaceAndRefusesCommands)
+{
+    Encoder enc;
+    ScriptedZModem rx;
+    rx.Feed(Encoder::Hex(CZModem::ZFREECNT, Encoder::Value(0)));
+    rx.Feed(enc.Bin32(CZModem::ZCOMMAND, Encoder::Value(0)));
+    rx.Feed(enc.Data32(ToBytes("rm -rf /"), 'k')); // read as noise, never run
+    rx.Feed(Finish());
+    ASSERT_TRUE(rx.ZModemReceive());
+    SentStream out(rx.sent);
+    ASSERT_GE(out.headers.size(), 3u);
+    EXPECT_EQ(out.headers[1].type, CZModem::ZACK);
+    EXPECT_EQ(out.headers[1].value, 0x7FFFFFFFu);
+    EXPECT_EQ(out.headers[2].type, CZModem::ZNAK);
+    EXPECT_EQ(out.headers.back().type, CZModem::ZFIN);
+}
+
+// ---------------------------------------------------------------------------------------------
+
+TEST(ZModemFileHeader, NameWithoutInformationIsFlattened)
+{
+    Encoder enc;
+    ScriptedZModem rx;
+    Bytes s = enc.Bin32(CZModem::ZFILE, Encoder::Flags(0));
+    Bytes body = ToBytes("dir/name.");
+    body.push_back(0);
+    Append(s, enc.Data32(body, 'k'));
+    rx.Feed(s);
+    rx.Feed(enc.Bin32(CZModem::ZEOF, Encoder::Value(0)));
+    rx.Feed(Finish());
+    ASSERT_TRUE(rx.ZModemReceive());
+    ASSERT_EQ(rx.store.files.size(), 1u);
+    EXPECT_EQ(rx.store.files[0].name, "dir_name");
+    EXPECT_EQ(rx.store.files[0].length, 0);
+    EXPECT_TRUE(rx.store.files[0].complete);
+}
+
+TEST(ZModemFileHeader, InformationGivesLengthTimeAndModeAndKeepsTheName)
+{
+    Encoder enc;
+    ScriptedZModem rx;
+    rx.Feed(enc.File32("dir/a.txt", "1234 7654321 100644 0 1 1234"));
+    rx.Feed(enc.Bin32(CZModem::ZEOF, Encoder::Value(0)));
+    rx.Feed(Finish());
+    ASSERT_TRUE(rx.ZModemReceive());
+    ASSERT_EQ(rx.store.files.size(), 1u);
+    const FileRecord& f = rx.store.files[0];
+    EXPECT_EQ(f.name, "dir/a.txt");
+    EXPECT_EQ(f.length, 1234);
+    EXPECT_EQ(f.modificationTime, 2054353u);
+    EXPECT_EQ(f.mode, 33188);
+}
+
+TEST(ZModemFileHeader, PartialOrMalformedInformationParsesWhatItCan)
+{
+    struct Case
+    {
+        std::string info;
+        long length;
+        unsigned long time;
+        int mode;
+    };
+    for (const Case& c :
+         {Case{"77", 77, 0, 0}, Case{"12 17", 12, 15, 0}, Case{"x 1 2", 0, 0, 0},
+          Case{"5 9 1", 5, 0, 0}, Case{"99999999999999999999999 1 1", 0x7FFFFFFFFFFFFFFF, 1, 1}})
+    {
+        Encoder enc;
+        ScriptedZModem rx;
+        rx.Feed(enc.File32("n", c.info));
+        rx.Feed(enc.Bin32(CZModem::ZEOF, Encoder::Value(0)));
+        rx.Feed(Finish());
+        ASSERT_TRUE(rx.ZModemReceive()) << c.info;
+        ASSERT_EQ(rx.store.files.size(), 1u);
+        EXPECT_EQ(rx.store.files[0].name, "n");
+        if (sizeof(long) == 8)
+        {
+            EXPECT_EQ(rx.store.files[0].length, c.length) << c.info;
+        }
+        EXPECT_EQ(rx.store.files[0].modificationTime, c.time) << c.info;
+        EXPECT_EQ(rx.store.files[0].mode, c.mode) << c.info;
+    }
+}
+
+TEST(ZModemFileHeader, ConversionAndManagementOptionsGiveBinaryAndAppend)
+{
+    struct Case
+    {
+        std::uint8_t conversion, management;
+        bool binary, append;
+    };
+    for (const Case& c : {Case{0, 0, true, false}, Case{2, 0, false, false}, Case{0, 3, true, true},
+                          Case{2, 3, false, true}, Case{1, 3, true, false}, // binary ignores append
+                          Case{0, 0x83, true, false}})
+    {
+        Encoder enc;
+        ScriptedZModem rx;
+        rx.Feed(
+            Header(enc, Frames::Bin32, CZModem::ZFILE, Encoder::Flags(c.conversion, c.management)));
+        rx.Feed(enc.Data32(Bytes{'x', 0}, 'k'));
+        rx.Feed(enc.Bin32(CZModem::ZEOF, Encoder::Value(0)));
+        rx.Feed(Finish());
+        ASSERT_TRUE(rx.ZModemReceive());
+        ASSERT_EQ(rx.store.files.size(), 1u);
+        EXPECT_EQ(rx.store.files[0].binary, c.binary) << int(c.conversion);
+        EXPECT_EQ(rx.store.files[0].append, c.append) << int(c.management);
+    }
+}
+
+TEST(ZModemFileHeader, FullBufferWithoutNulGivesABoundedName)
+{
+    Encoder enc;
+    ScriptedZModem rx;
+    rx.Feed(enc.Bin32(CZModem::ZFILE, Encoder::Flags(0)));
+    rx.Feed(enc.Data32(Bytes(1024, 'n'), 'k'));
+    rx.Feed(enc.Bin32(CZModem::ZEOF, Encoder::Value(0)));
+    rx.Feed(Finish());
+    ASSERT_TRUE(rx.ZModemReceive());
+    ASSERT_EQ(rx.store.files.size(), 1u);
+    EXPECT_EQ(rx.store.files[0].name, std::string(1024, 'n'));
+}
+
+TEST(ZModemFileHeader, DamagedFileHeaderIsRefusedAndTheResentOneAccepted)
+{
+    Encoder enc;
+    ScriptedZModem rx;
+    Bytes bad = enc.File32("x", "1");
+    bad[bad.size() - 3] ^= 0x04;
+    rx.Feed(bad);
+    rx.Feed(enc.File32("x", "1"));
+    rx.Feed(DataFrame(enc, Frames::Bin32, 0, ToBytes("y"), 1024));
+    rx.Feed(enc.Bin32(CZModem::ZEOF, Encoder::Value(1)));
+    rx.Feed(Finish());
+    ASSERT_TRUE(rx.ZModemReceive());
+    ASSERT_EQ(rx.store.files.size(), 1u);
+    EXPECT_EQ(rx.store.files[0].data, ToBytes("y"));
+    EXPECT_EQ(SentStream(rx.sent).headers[1].type, CZModem::ZNAK);
+}
+
+// ---------------------------------------------------------------------------------------------
+
+class ZModemFrames : public ::testing::TestWithParam<std::tuple<Frames, bool>>
+{
+};
+
+TEST_P(ZModemFrames, EveryByteValueArrivesIntactInEveryFraming)
+{
+    const auto [frames, escapeAll] = GetParam();
+    Encoder enc;
+    enc.escapeAll = escapeAll;
+    const Bytes data = AllByteValues(5000);
+    ScriptedZModem rx(escapeAll ? CZModem::ZMODEM_ESCAPE_CONTROLS : CZModem::ZMODEM_NO_FLAGS);
+    rx.Feed(OneFileSession(enc, frames, "all.bin", data, 700));
+    ASSERT_TRUE(rx.ZModemReceive());
+    ASSERT_EQ(rx.store.files.size(), 1u);
+    EXPECT_TRUE(rx.store.files[0].complete);
+    EXPECT_EQ(rx.store.files[0].data, data);
+    EXPECT_TRUE(rx.input.empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(AllFramings, ZModemFrames,
+                         ::testing::Combine(::testing::Values(Frames::Hex, Frames::Bin16,
+                                                              Frames::Bin32),
+                                            ::testing::Bool()));
+
+TEST(ZModemData, SubpacketEndsGetTheirAcknowledgements)
+{
+    Encoder enc;
+    ScriptedZModem rx;
+    rx.Feed(enc.File32("f", "10"));
+    Bytes s = enc.Bin32(CZModem::ZDATA, Encoder::Value(0));
+    Append(s, enc.Data32(ToBytes("aa"), 'i'));  // ZCRCG: nothing
+    Append(s, enc.Data32(ToBytes("bbb"), 'j')); // ZCRCQ: ZACK 5
+    Append(s, enc.Data32(ToBytes("cc"), 'k'));  // ZCRCW: ZACK 7 and XON, header follows
+    rx.Feed(s);
+    s = enc.Bin32(CZModem::ZDATA, Encoder::Value(7));
+    Append(s, enc.Data32(Bytes{}, 'i'));        // empty subpacket
+    Append(s, enc.Data32(ToBytes("ddd"), 'h')); // ZCRCE: header follows
+    rx.Feed(s);
+    rx.Feed(enc.Bin32(CZModem::ZEOF, Encoder::Value(10)));
+    rx.Feed(Finish());
+    ASSERT_TRUE(rx.ZModemReceive());
+    EXPECT_EQ(rx.store.files[0].data, ToBytes("aabbbccddd"));
+
+    SentStream out(rx.sent);
+    std::vector<std::pair<int, std::uint32_t>> acks;
+    for (auto& h : out.headers)
+        if (h.type == CZModem::ZACK)
+            acks.emplace_back(h.type, h.value);
+    EXPECT_EQ(acks,
+              (std::vector<std::pair<int, std::uint32_t>>{{CZModem::ZACK, 5}, {CZModem::ZACK, 7}}));
+    // Only the ZCRCW acknowledgement is followed by XON.
+    std::size_t xonAcks = 0;
+    for (std::size_t i = 0; i + 21 <= rx.sent.size(); ++i)
+        if (rx.sent[i] == '*' && rx.sent[i + 4] == '0' && rx.sent[i + 5] == '3')
+            xonAcks += rx.sent[i + 20] == 0x11;
+    EXPECT_EQ(xonAcks, 1u);
+}
+
+TEST(ZModemData, DamagedSubpacketIsNotWrittenAndPositionIsAskedAgain)
+{
+    Encoder enc;
+    ScriptedZModem rx;
+    rx.Feed(enc.Bin32(CZModem::ZSINIT, Encoder::Flags(0)));
+    rx.Feed(enc.Data32(ToBytes("!"), 'k'));
+    rx.Feed(enc.File32("f", "6"));
+    Bytes s = enc.Bin32(CZModem::ZDATA, Encoder::Value(0));
+    Append(s, enc.Data32(ToBytes("abc"), 'i'));
+    Bytes damaged = enc.Data32(ToBytes("def"), 'i');
+    damaged[1] = 'E'; // same length, wrong CRC
+    Append(s, damaged);
+    Append(s, enc.Data32(ToBytes("ghi"), 'h')); // still streaming, must be ignored
+    rx.Feed(s);
+    rx.Feed(DataFrame(enc, Frames::Bin32, 3, ToBytes("def"), 1024));
+    rx.Feed(enc.Bin32(CZModem::ZEOF, Encoder::Value(6)));
+    rx.Feed(Finish());
+    ASSERT_TRUE(rx.ZModemReceive());
+    EXPECT_EQ(rx.store.files[0].data, ToBytes("abcdef"));
+
+    SentStream out(rx.sent);
+    std::vector<std::uint32_t> positions;
+    for (auto& h : out.headers)
+        if (h.type == CZModem::ZRPOS)
+            positions.push_back(h.value);
+    EXPECT_EQ(positions, (std::vector<std::uint32_t>{0, 3}));
+    EXPECT_EQ(out.other, ToBytes("!")); // attention once, before the ZRPOS
+}
+
+TEST(ZModemData, DataAtTheWrongPositionOrStaleEofIsNotTaken)
+{
+    Encoder enc;
+    ScriptedZModem rx;
+    rx.Feed(enc.File32("f", "4"));
+    rx.Feed(DataFrame(enc, Frames::Bin32, 2, ToBytes("zz"), 1024)); // skipped ahead
+    rx.Feed(enc.Bin32(CZModem::ZEOF, Encoder::Value(2)));           // stale, ignored
+    rx.Feed(DataFrame(enc, Frames::Bin32, 0, ToBytes("abcd"), 1024));
+    rx.Feed(enc.Bin32(CZModem::ZEOF, Encoder::Value(4)));
+    rx.Feed(Finish());
+    ASSERT_TRUE(rx.ZModemReceive());
+    EXPECT_EQ(rx.store.files[0].data, ToBytes("abcd"));
+    EXPECT_EQ(rx.store.files.size(), 1u);
+}
+
+TEST(ZModemData, OversizedSubpacketIsAnErrorNotAnOverflow)
+{
+    Encoder enc;
+    ScriptedZModem rx;
+    rx.Feed(enc.File32("f", "1025"));
+    rx.Feed(DataFrame(enc, Frames::Bin32, 0, Bytes(1025, 'q'), 1025));
+    rx.Feed(DataFrame(enc, Frames::Bin32, 0, Bytes(1025, 'q'), 1024));
+    rx.Feed(enc.Bin32(CZModem::ZEOF, Encoder::Value(1025)));
+    rx.Feed(Finish());
+    ASSERT_TRUE(rx.ZModemReceive());
+    EXPECT_EQ(rx.store.files[0].data, Bytes(1025, 'q'));
+}
+
+TEST(ZModemData, ControlCharactersAreNoiseWhenEscapingIsOnAndFlowControlAlways)
+{
+    Encoder enc;
+    enc.escapeAll = true;
+    ScriptedZModem rx(CZModem::ZMODEM_ESCAPE_CONTROLS);
+    rx.Feed(enc.File32("f", "3"));
+    Bytes s = enc.Bin32(CZModem::ZDATA, Encoder::Value(0));
+    Bytes sub = enc.Data32(Bytes{1, 2, 3}, 'h');
+    Bytes noisy;
+    for (auto b : sub)
+    {
+        noisy.push_back(b);
+        noisy.push_back(0x05); // stray control bytes on the line
+        noisy.push_back(0x93); // XOFF with parity
+    }
+    Append(s, noisy);
+    rx.Feed(s);
+    rx.Feed(enc.Bin32(CZModem::ZEOF, Encoder::Value(3)));
+    rx.Feed(Finish());
+    ASSERT_TRUE(rx.ZModemReceive());
+    EXPECT_EQ(rx.store.files[0].data, (Bytes{1, 2, 3}));
+}
+
+// ---------------------------------------------------------------------------------------------
+
+TEST(ZModemSession, RefusedFileIsSkippedAndTheNextOneReceived)
+{
+    Encoder enc;
+    ScriptedZModem rx;
+    rx.store.accept = [](const std::string& name) { return name != "no"; };
+    rx.Feed(enc.File32("no", "3"));
+    // The sender goes on to the next file once it sees ZSKIP.
+    rx.Feed(enc.File32("yes", "2"));
+    rx.Feed(DataFrame(enc, Frames::Bin32, 0, ToBytes("ok"), 1024));
+    rx.Feed(enc.Bin32(CZModem::ZEOF, Encoder::Value(2)));
+    rx.Feed(Finish());
+    ASSERT_TRUE(rx.ZModemReceive());
+    ASSERT_EQ(rx.store.files.size(), 1u);
+    EXPECT_EQ(rx.store.files[0].name, "yes");
+    EXPECT_EQ(rx.store.files[0].data, ToBytes("ok"));
+    SentStream out(rx.sent);
+    EXPECT_EQ(out.Types(), (std::vector<int>{CZModem::ZRINIT, CZModem::ZSKIP, CZModem::ZRINIT,
+                                             CZModem::ZRPOS, CZModem::ZRINIT, CZModem::ZFIN}));
+}
+
+TEST(ZModemSession, SenderSkipClosesTheFileIncomplete)
+{
+    Encoder enc;
+    ScriptedZModem rx;
+    rx.Feed(enc.File32("a", "9"));
+    rx.Feed(DataFrame(enc, Frames::Bin32, 0, ToBytes("par"), 1024));
+    rx.Feed(Encoder::Hex(CZModem::ZSKIP, Encoder::Value(0)));
+    rx.Feed(Finish());
+    ASSERT_TRUE(rx.ZModemReceive());
+    ASSERT_EQ(rx.store.files.size(), 1u);
+    EXPECT_TRUE(rx.store.files[0].closed);
+    EXPECT_FALSE(rx.store.files[0].complete);
+}
+
+TEST(ZModemSession, FailedCloseFailsTheSessionAndNextSessionStartsWithZferr)
+{
+    Encoder enc;
+    ScriptedZModem rx;
+    rx.store.closeResult = false;
+    rx.Feed(enc.File32("a", "1"));
+    rx.Feed(DataFrame(enc, Frames::Bin32, 0, ToBytes("x"), 1024));
+    rx.Feed(enc.Bin32(CZModem::ZEOF, Encoder::Value(1)));
+    EXPECT_FALSE(rx.ZModemReceive());
+    EXPECT_TRUE(EndsWith(rx.sent, CancelSequence()));
+    EXPECT_TRUE(rx.store.files[0].complete); // the store was told it was whole
+
+    rx.sent.clear();
+    rx.Feed(Finish());
+    EXPECT_TRUE(rx.ZModemReceive());
+    EXPECT_EQ(SentStream(rx.sent).headers[0].type, CZModem::ZFERR);
+}
+
+TEST(ZModemSession, SenderCancelInsideDataClosesAndFails)
+{
+    Encoder enc;
+    ScriptedZModem rx;
+    rx.Feed(enc.File32("a", "100"));
+    Bytes s = enc.Bin32(CZModem::ZDATA, Encoder::Value(0));
+    Append(s, enc.Data32(ToBytes("keep"), 'i'));
+    Append(s, ToBytes("part"));
+    Append(s, Bytes(8, 0x18));
+    Append(s, Bytes(8, 0x08));
+    rx.Feed(s);
+    EXPECT_FALSE(rx.ZModemReceive());
+    ASSERT_EQ(rx.store.files.size(), 1u);
+    EXPECT_TRUE(rx.store.files[0].closed);
+    EXPECT_FALSE(rx.store.files[0].complete);
+    EXPECT_EQ(rx.store.files[0].data, ToBytes("keep"));
+    EXPECT_TRUE(EndsWith(rx.sent, CancelSequence()));
+}
+
+TEST(ZModemSession, ErrorAllowanceIsTwentyAndResetByGoodData)
+{
+    for (int timeouts : {20, 21})
+    {
+        Encoder enc;
+        ScriptedZModem rx;
+        rx.Feed(enc.File32("a", "2"));
+        rx.Feed(DataFrame(enc, Frames::Bin32, 0, ToBytes("a"), 1024));
+        rx.FeedTimeouts(timeouts);
+        rx.Feed(DataFrame(enc, Frames::Bin32, 1, ToBytes("b"), 1024));
+        rx.FeedTimeouts(timeouts == 20 ? 20 : 0); // allowance renewed by the good subpacket
+        rx.Feed(enc.Bin32(CZModem::ZEOF, Encoder::Value(2)));
+        rx.Feed(Finish());
+        const bool ok = rx.ZModemReceive();
+        if (timeouts == 20)
+        {
+            EXPECT_TRUE(ok);
+            EXPECT_EQ(rx.store.files[0].data, ToBytes("ab"));
+            EXPECT_EQ(SentStream(rx.sent).Count(CZModem::ZRPOS), 41);
+        }
+        else
+        {
+            EXPECT_FALSE(ok);
+            EXPECT_TRUE(EndsWith(rx.sent, CancelSequence()));
+            EXPECT_TRUE(rx.store.files[0].closed);
+            EXPECT_FALSE(rx.store.files[0].complete);
+            EXPECT_EQ(rx.store.files[0].data, ToBytes("a"));
+        }
+    }
+}
+
+TEST(ZModemSession, UnexpectedHeaderInsideAFileFails)
+{
+    Encoder enc;
+    ScriptedZModem rx;
+    rx.Feed(enc.File32("a", "2"));
+    rx.Feed(Encoder::Hex(CZModem::ZFIN, Encoder::Value(0)));
+    EXPECT_FALSE(rx.ZModemReceive());
+    EXPECT_TRUE(rx.store.files[0].closed);
+    EXPECT_FALSE(rx.store.files[0].complete);
+    EXPECT_TRUE(EndsWith(rx.sent, CancelSequence()));
+}
+
+TEST(ZModemHeaders, RejectsUpperCaseHexDigitsBadCrcsAndEndlessGarbage)
+{
+    // Upper-case digits and a damaged binary header are each one failed attempt.
+    Bytes upper = Encoder::Hex(CZModem::ZFIN, Encoder::Value(0xABCDEF));
+    for (auto& b : upper)
+        if (b >= 'a' && b <= 'f')
+            b = static_cast<std::uint8_t>(b - 'a' + 'A');
+    Encoder enc;
+    Bytes damaged = enc.Bin16(CZModem::ZFIN, Encoder::Value(0));
+    damaged[4] ^= 0x01;
+    Bytes damaged32 = enc.Bin32(CZModem::ZFIN, Encoder::Value(0));
+    damaged32[6] ^= 0x20;
+    for (const Bytes& bad : {upper, damaged, damaged32})
+    {
+        ScriptedZModem rx;
+        rx.Feed(bad);
+        rx.Feed(Finish());
+        EXPECT_TRUE(rx.ZModemReceive());
+        EXPECT_EQ(SentStream(rx.sent).Count(CZModem::ZRINIT), 2);
+    }
+
+    // Endless garbage ends each attempt after a bounded number of bytes.
+    ScriptedZModem rx;
+    rx.Feed(Bytes(5 * 3802, 'g'));
+    rx.Feed(Finish());
+    EXPECT_FALSE(rx.ZModemReceive());
+    EXPECT_EQ(SentStream(rx.sent).Count(CZModem::ZRINIT), 5);
+}
