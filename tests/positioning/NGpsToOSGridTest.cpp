@@ -1,0 +1,476 @@
+#include "NGpsToOSGridTestPoints.h"
+
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <limits>
+#include <shared/positioning/NGpsToOSGrid.h>
+#include <string>
+
+using namespace NGpsToOSGrid;
+
+namespace
+{
+
+// OS guide worked example (Caister Water Tower), OSGB36 on Airy 1830.
+constexpr double kCaisterE = 651409.903;
+constexpr double kCaisterN = 313177.270;
+
+double CaisterLat()
+{
+    double rad = 0;
+    hmstorad(52, 39, 27.2531, &rad);
+    return rad;
+}
+double CaisterLon()
+{
+    double rad = 0;
+    hmstorad(1, 43, 4.5177, &rad);
+    return rad;
+}
+
+// Metres on the ground for a latitude/longitude difference in radians (good to 1% here).
+double GroundMetres(double dLat, double dLon, double lat)
+{
+    constexpr double kRadius = 6371000.0;
+    return kRadius * std::hypot(dLat, dLon * std::cos(lat));
+}
+
+// Runs a console routine on the given input text and returns everything it wrote.
+template <typename Routine> std::string RunConsole(Routine routine, std::string const& input)
+{
+    std::FILE* in = std::tmpfile();
+    std::FILE* out = std::tmpfile();
+    std::fputs(input.c_str(), in);
+    std::rewind(in);
+    routine(in, out);
+    std::rewind(out);
+    std::string text;
+    char buffer[256];
+    while (std::fgets(buffer, sizeof buffer, out) != nullptr)
+        text += buffer;
+    std::fclose(in);
+    std::fclose(out);
+    return text;
+}
+
+} // namespace
+
+TEST(NGpsToOSGridProjection, CaisterWorkedExampleBothWaysWithinAMillimetre)
+{
+    Setup_Airy();
+    double E = 0;
+    double N = 0;
+    ProjectLKtoGrid(CaisterLat(), CaisterLon(), &E, &N);
+    EXPECT_NEAR(E, kCaisterE, 0.001);
+    EXPECT_NEAR(N, kCaisterN, 0.001);
+
+    double lat = 0;
+    double lon = 0;
+    ProjectGridtoLK(kCaisterE, kCaisterN, &lat, &lon);
+    EXPECT_LT(GroundMetres(lat - CaisterLat(), lon - CaisterLon(), lat), 0.001);
+}
+
+TEST(NGpsToOSGridProjection, IogpExampleAwayFromTheCentralMeridian)
+{
+    // IOGP Guidance Note 7-2: 50.5N 0.5E; with the exact F0 the published figures are
+    // 577274.9838, 69740.4923 (PROJ, GeographicLib agree).
+    Setup_Airy();
+    double E = 0;
+    double N = 0;
+    ProjectLKtoGrid(degtorad(50.5), degtorad(0.5), &E, &N);
+    EXPECT_NEAR(E, 577274.9838, 0.001);
+    EXPECT_NEAR(N, 69740.4923, 0.001);
+}
+
+TEST(NGpsToOSGridProjection, Grs80ProjectionMatchesOsTestPoints)
+{
+    // OSTN15 is "project on GRS80 with the National Grid constants, then add Se, Sn", so
+    // E - Se, N - Sn are exact projections of the ETRS89 input: the series alone, everywhere
+    // from Scilly to Shetland.
+    auto const points = grid_test::LoadOsPoints();
+    if (points.empty())
+        GTEST_SKIP() << "no OS test data";
+    for (auto const& p : points)
+    {
+        Setup_GRS80();
+        double E = 0;
+        double N = 0;
+        ProjectLKtoGrid(degtorad(p.lat), degtorad(p.lon), &E, &N);
+        EXPECT_NEAR(E, p.east - p.se, 0.001) << p.id;
+        EXPECT_NEAR(N, p.north - p.sn, 0.001) << p.id;
+
+        // The inverse stops iterating at 1 mm of meridian arc and its series loses a few more
+        // millimetres 300 km off the central meridian (the Hebrides).
+        double lat = 0;
+        double lon = 0;
+        ProjectGridtoLK(E, N, &lat, &lon);
+        EXPECT_LT(GroundMetres(lat - degtorad(p.lat), lon - degtorad(p.lon), lat), 0.01) << p.id;
+    }
+}
+
+TEST(NGpsToOSGridProjection, FootpointStopsWithinOneMillimetreOfTheArc)
+{
+    Setup_Airy();
+    Ellipsoid const el = GetCurrentEllipsoid();
+    for (double N : {-100000.0, 0.0, 313177.27, 1234567.0})
+    {
+        double const phi = ComputePhi(N);
+        EXPECT_LT(std::fabs(N - el.N0 - CalculateArcOfMeridian(phi)), 0.001) << N;
+    }
+    EXPECT_DOUBLE_EQ(CalculateArcOfMeridian(el.phi0), 0.0);
+    // Northings too large for a millimetre test in doubles, and NaN, must still return.
+    EXPECT_TRUE(std::isfinite(ComputePhi(1e20)));
+    EXPECT_TRUE(std::isnan(ComputePhi(std::nan(""))));
+}
+
+TEST(NGpsToOSGridProjection, EllipsoidRecords)
+{
+    Setup_Airy();
+    Ellipsoid airy = GetCurrentEllipsoid();
+    EXPECT_STREQ(airy.name, "Airy (UK National Grid)");
+    EXPECT_NEAR(airy.e2, 0.0066705397616, 1e-10); // Airy 1830 e^2 (OS guide)
+    Setup_GRS80();
+    Ellipsoid grs = GetCurrentEllipsoid();
+    EXPECT_STREQ(grs.name, "OSGRS80 (GPS)");
+    EXPECT_NEAR(grs.e2, 0.00669438002290, 1e-10); // GRS80 e^2 (OS guide)
+    EXPECT_NEAR(grs.n, 0.0016792203946, 1e-10);
+    EXPECT_DOUBLE_EQ(radtodeg(grs.lambda0), -2.0);
+
+    double nu = 0;
+    double rho = 0;
+    double eta2 = 0;
+    ComputeVRH2(0.0, &nu, &rho, &eta2);
+    EXPECT_NEAR(nu, grs.aF0, 1e-6); // equator: nu = a F0, rho = a F0 (1 - e^2)
+    EXPECT_NEAR(rho, grs.aF0 * (1 - grs.e2), 1e-6);
+    EXPECT_NEAR(eta2, nu / rho - 1, 1e-15);
+}
+
+TEST(NGpsToOSGridProjection, WithoutEllipsoidPrintsAndLeavesOutputs)
+{
+    ClearEllipsoid();
+    double E = -1;
+    double N = -2;
+    testing::internal::CaptureStdout();
+    ProjectLKtoGrid(0.9, -0.03, &E, &N);
+    ProjectGridtoLK(400000, 300000, &E, &N);
+    std::string const printed = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(printed, "No current Ellipsoid, please call a Setup_XXX function\n"
+                       "No current Ellipsoid, please call a Setup_XXX function\n");
+    EXPECT_EQ(E, -1);
+    EXPECT_EQ(N, -2);
+}
+
+TEST(NGpsToOSGridShift, LatticeValuesAndBlend)
+{
+    double E = 0;
+    double N = 0;
+    // Exactly on a lattice line: the cell starting there with weight 0 on the far side.
+    ASSERT_TRUE(ShiftGRS80toUKNG(350000, 0, &E, &N));
+    EXPECT_DOUBLE_EQ(E, 350000 + 96);
+    EXPECT_DOUBLE_EQ(N, 0 - 80);
+    ASSERT_TRUE(ShiftGRS80toUKNG(350000, 700000, &E, &N));
+    EXPECT_DOUBLE_EQ(E - 350000, 97);
+    EXPECT_DOUBLE_EQ(N - 700000, -62);
+    // Centre of cell (1, 3): mean of 99, 104, 106, 107 and of -52, -49, -54, -52.
+    ASSERT_TRUE(ShiftGRS80toUKNG(525000, 1225000, &E, &N));
+    EXPECT_NEAR(E - 525000, 104.0, 1e-9);
+    EXPECT_NEAR(N - 1225000, -51.75, 1e-9);
+    // Along one axis only: easting weight 0.25 between rows 0 and 1 at column 2.
+    ASSERT_TRUE(ShiftGRS80toUKNG(87500, 700000, &E, &N));
+    EXPECT_NEAR(E - 87500, 85 + 0.25 * (97 - 85), 1e-9);
+    EXPECT_NEAR(N - 700000, -58 + 0.25 * (-62 + 58), 1e-9);
+}
+
+TEST(NGpsToOSGridShift, ReverseUndoesForwardToMillimetres)
+{
+    for (double E : {1.0, 200000.0, 349999.0, 650000.0})
+        for (double N : {1000.0, 500000.0, 1050000.0, 1300000.0})
+        {
+            double E2 = 0;
+            double N2 = 0;
+            double E3 = 0;
+            double N3 = 0;
+            ASSERT_TRUE(ShiftGRS80toUKNG(E, N, &E2, &N2));
+            ASSERT_TRUE(ShiftUKNGtoGRS80(E2, N2, &E3, &N3));
+            EXPECT_NEAR(E3, E, 0.01) << E << "," << N;
+            EXPECT_NEAR(N3, N, 0.01) << E << "," << N;
+        }
+}
+
+TEST(NGpsToOSGridShift, OutsideTheLatticeIsRefusedUntouched)
+{
+    double const nan = std::numeric_limits<double>::quiet_NaN();
+    struct
+    {
+        double E, N;
+    } const outside[] = {{-0.001, 100}, {700000, 100}, {100, -1},     {100, 1400000},
+                         {nan, 100},    {100, nan},    {1e300, 1e300}};
+    for (auto const& p : outside)
+    {
+        double E = 7;
+        double N = 8;
+        EXPECT_FALSE(ShiftGRS80toUKNG(p.E, p.N, &E, &N)) << p.E << "," << p.N;
+        EXPECT_FALSE(ShiftUKNGtoGRS80(p.E, p.N, &E, &N)) << p.E << "," << p.N;
+        EXPECT_EQ(E, 7);
+        EXPECT_EQ(N, 8);
+    }
+    double E = 0;
+    EXPECT_FALSE(ShiftGRS80toUKNG(1000, 1000, &E, nullptr));
+    EXPECT_TRUE(ShiftGRS80toUKNG(699999.99, 1399999.99, &E, &E)); // last cell, far corner
+}
+
+TEST(NGpsToOSGridConvert, UkBounds)
+{
+    EXPECT_FALSE(IsGridReferenceInUK(0, 500000));
+    EXPECT_FALSE(IsGridReferenceInUK(1300000, 1));
+    EXPECT_FALSE(IsGridReferenceInUK(500000, 0));
+    EXPECT_FALSE(IsGridReferenceInUK(500000, 800000));
+    EXPECT_TRUE(IsGridReferenceInUK(1, 799999));
+    EXPECT_TRUE(IsGridReferenceInUK(1299999, 1));
+}
+
+TEST(NGpsToOSGridConvert, GpsToGridAgainstOsTestPoints)
+{
+    // The lattice holds whole metres (up to 0.7 m of rounding) 350 km apart, and the true
+    // OSTN15 shift bends by one to two metres inside a cell (most along the Scottish west
+    // coast): 2.5 m holds everywhere in Great Britain, while a wrong row, column, sign or
+    // blend weight costs tens of metres.
+    auto const points = grid_test::LoadOsPoints();
+    if (points.empty())
+        GTEST_SKIP() << "no OS test data";
+    for (auto const& p : points)
+    {
+        double E = 0;
+        double N = 0;
+        EXPECT_TRUE(ConvertGPSDegreestoNatGrid(p.lat, p.lon, E, N)) << p.id;
+        EXPECT_LT(std::hypot(E - p.east, N - p.north), 2.5) << p.id;
+
+        double E2 = 0;
+        double N2 = 0;
+        EXPECT_TRUE(ConvertGPStoNatGrid(degtorad(p.lat), degtorad(p.lon), &E2, &N2));
+        EXPECT_EQ(E, E2);
+        EXPECT_EQ(N, N2);
+    }
+}
+
+TEST(NGpsToOSGridConvert, OutsideUkOrLattice)
+{
+    double E = 1;
+    double N = 2;
+    // Far south: the GRS80 northing is negative, outside the lattice; nothing is written.
+    EXPECT_FALSE(ConvertGPSDegreestoNatGrid(0, 0, E, N));
+    EXPECT_EQ(E, 1);
+    EXPECT_EQ(N, 2);
+    // East of the grid (beyond 700 km).
+    EXPECT_FALSE(ConvertGPSDegreestoNatGrid(53.35, 6.26, E, N));
+    EXPECT_FALSE(ConvertGPSDegreestoNatGrid(std::nan(""), 0, E, N));
+    EXPECT_FALSE(ConvertGPStoNatGrid(0.9, 0, nullptr, &N));
+    // Inside the lattice but north of the UK bound: false, yet the result is written.
+    ASSERT_FALSE(ConvertGPSDegreestoNatGrid(61.9, -2.0, E, N));
+    EXPECT_NEAR(E, 400000 + 99, 5);
+    EXPECT_GT(N, 1300000);
+    EXPECT_LT(N, 1400000);
+}
+
+TEST(NGpsToOSGridConvert, ReverseConversionsKeepTheirAsymmetry)
+{
+    // Radians: the plain Airy inverse, no datum shift (OSGB36 latitude/longitude).
+    double lat = 0;
+    double lon = 0;
+    ASSERT_TRUE(ConvertNatGridtoGPS(kCaisterE, kCaisterN, &lat, &lon));
+    EXPECT_LT(GroundMetres(lat - CaisterLat(), lon - CaisterLon(), lat), 0.001);
+
+    // Degrees: the lattice shift back to the GRS80 grid, then the Airy inverse.
+    double E2 = 0;
+    double N2 = 0;
+    ASSERT_TRUE(ShiftUKNGtoGRS80(kCaisterE, kCaisterN, &E2, &N2));
+    double latShifted = 0;
+    double lonShifted = 0;
+    ASSERT_TRUE(ConvertNatGridtoGPS(E2, N2, &latShifted, &lonShifted));
+    double latDeg = 0;
+    double lonDeg = 0;
+    ASSERT_TRUE(ConvertNatGridtoGPSDegrees(kCaisterE, kCaisterN, latDeg, lonDeg));
+    EXPECT_NEAR(latDeg, radtodeg(latShifted), 1e-12);
+    EXPECT_NEAR(lonDeg, radtodeg(lonShifted), 1e-12);
+
+    // ...so neither returns to the GPS position it came from, by tens of metres.
+    double E = 0;
+    double N = 0;
+    ASSERT_TRUE(ConvertGPSDegreestoNatGrid(52.0, -1.0, E, N));
+    ASSERT_TRUE(ConvertNatGridtoGPSDegrees(E, N, latDeg, lonDeg));
+    double const miss = GroundMetres(degtorad(latDeg - 52.0), degtorad(lonDeg + 1.0), 0.9);
+    EXPECT_GT(miss, 5.0);
+    EXPECT_LT(miss, 200.0);
+
+    // Outside the lattice the degree version refuses.
+    EXPECT_FALSE(ConvertNatGridtoGPSDegrees(-5, 100000, latDeg, lonDeg));
+    EXPECT_FALSE(ConvertNatGridtoGPSDegrees(100000, 1500000, latDeg, lonDeg));
+}
+
+TEST(NGpsToOSGridAngles, SplitAndJoin)
+{
+    double h = 0;
+    double m = 0;
+    double s = 0;
+    degtohms(52.6575703056, &h, &m, &s);
+    EXPECT_EQ(h, 52);
+    EXPECT_EQ(m, 39);
+    EXPECT_NEAR(s, 27.2531, 1e-6);
+    // Truncation toward zero: every part carries the sign, and joining gives it back.
+    degtohms(-1.5125, &h, &m, &s);
+    EXPECT_EQ(h, -1);
+    EXPECT_EQ(m, -30);
+    EXPECT_NEAR(s, -45, 1e-9);
+    double deg = 0;
+    hmstodeg(h, m, s, &deg);
+    EXPECT_NEAR(deg, -1.5125, 1e-12);
+    degtohm(-0.75, &h, &m);
+    EXPECT_EQ(h, 0);
+    EXPECT_NEAR(m, -45, 1e-12);
+
+    double rad = 0;
+    hmstorad(180, 0, 0, &rad);
+    EXPECT_NEAR(rad, 3.141592653589793, 1e-15);
+    radtohms(rad / 4, &h, &m, &s);
+    EXPECT_EQ(h, 45);
+    EXPECT_EQ(m, 0);
+    EXPECT_NEAR(s, 0, 1e-9);
+    EXPECT_EQ(integer_part_of(-2.7), -2);
+    EXPECT_EQ(integer_part_of(2.7), 2);
+    EXPECT_NEAR(radtodeg(degtorad(123.456)), 123.456, 1e-12);
+}
+
+TEST(NGpsToOSGridConsole, GridToLatLongAndBack)
+{
+    Setup_Airy();
+    std::string const out =
+        RunConsole([](std::FILE* i, std::FILE* o) { DoENtoLK(i, o); }, "651409.903 313177.270\n");
+    double h = 0;
+    double m = 0;
+    double s = 0;
+    double E = 0;
+    double N = 0;
+    char const* const expected =
+        "Eastings (E)?  Northings (N)? Ellipsoid = Airy (UK National Grid)\n"
+        "Eastings (E)    651409.903000\n"
+        "Northings (N)   313177.270000\n"
+        "Latitude (K)        52 39 27.2531\n"
+        "Longitude (L)       %lg %lg %lg\n"
+        "Converting back...\n"
+        "Eastings (E)    %lf\n"
+        "Northings (N)   %lf\n";
+    ASSERT_EQ(std::sscanf(out.c_str(), expected, &h, &m, &s, &E, &N), 5) << out;
+    EXPECT_EQ(h, 1);
+    EXPECT_EQ(m, 43);
+    EXPECT_NEAR(s, 4.5177, 0.0001);
+    EXPECT_NEAR(E, kCaisterE, 0.001);
+    EXPECT_NEAR(N, kCaisterN, 0.001);
+
+    std::string const bad =
+        RunConsole([](std::FILE* i, std::FILE* o) { DoENtoLK(i, o); }, "east\n");
+    EXPECT_EQ(bad, "Eastings (E)?  Eastings needs a number\n");
+}
+
+TEST(NGpsToOSGridConsole, LatLongToGridAndBack)
+{
+    Setup_Airy();
+    std::string const out = RunConsole([](std::FILE* i, std::FILE* o) { DoLKtoEN(i, o); },
+                                       "52 39 27.2531\n1 43 4.5177\n");
+    EXPECT_EQ(out, "Latitude (K)?  (h m s) Longitude (L)? (h m s) "
+                   "Latitude (K)\t52.657570\n"
+                   "Longitude (L)\t1.717922\n"
+                   "Eastings (E)\t651409.902938\n"
+                   "Northings (N)\t313177.270343\n"
+                   "Converting back...\n"
+                   "Latitude (K)\t52.657570\n"
+                   "Longitude (L)\t1.717922\n");
+
+    EXPECT_EQ(RunConsole([](std::FILE* i, std::FILE* o) { DoLKtoEN(i, o); }, "52 39\n"),
+              "Latitude (K)?  (h m s) Latitude needs three fields\n");
+    EXPECT_EQ(RunConsole([](std::FILE* i, std::FILE* o) { DoLKtoEN(i, o); }, "52 39 1\n1 x\n"),
+              "Latitude (K)?  (h m s) Longitude (L)? (h m s) Longitude needs three fields\n");
+}
+
+TEST(NGpsToOSGridConsole, Shifts)
+{
+    EXPECT_EQ(RunConsole([](std::FILE* i, std::FILE* o) { DoShift(i, o); }, "350000 0\n"),
+              "Eastings (x)?  Northings (y)? Eastings (E)    350096.000000\n"
+              "Northings (N)   -80.000000\n");
+    EXPECT_EQ(RunConsole([](std::FILE* i, std::FILE* o) { DoShift(i, o); }, "-1 0\n"),
+              "Eastings (x)?  Northings (y)? Outside the datum shift table\n");
+
+    std::string const out = RunConsole(
+        [](std::FILE* i, std::FILE* o) { DoShiftFromGPSLatLong(i, o); }, "52 0 0\n-2 0 0\n");
+    double x = 0;
+    double y = 0;
+    double E = 0;
+    double N = 0;
+    ASSERT_EQ(std::sscanf(out.c_str(),
+                          "Latitude (K)?  (h m s) Longitude (L)? (h m s) "
+                          "GRS80 Eastings (x)   %lf\nGRS80 Northings (y)  %lf\n"
+                          "UKNG Eastings (E)    %lf\nUKNG Northings (N)   %lf\n",
+                          &x, &y, &E, &N),
+              4)
+        << out;
+    EXPECT_NEAR(x, 400000, 1e-6); // on the central meridian
+    EXPECT_NEAR(E - x, 96, 3);
+    EXPECT_NEAR(N - y, -70, 10);
+}
+
+TEST(NGpsToOSGridScrambling, TeaKnownAnswerAndRoundTrip)
+{
+    // Published TEA test vector: zero key, zero block.
+    unsigned long const zero[4] = {0, 0, 0, 0};
+    unsigned long block[2] = {0, 0};
+    TEAencipher(block, block, zero); // in place
+    EXPECT_EQ(block[0], 0x41EA3A0Aul);
+    EXPECT_EQ(block[1], 0x94BAA940ul);
+
+    unsigned long const key[4] = {0x01234567, 0x89ABCDEF, 0xFEDCBA98, 0x76543210};
+    unsigned long const plain[2] = {0xDEADBEEF, 0x00C0FFEE};
+    unsigned long cipher[2] = {};
+    unsigned long back[2] = {};
+    TEAencipher(plain, cipher, key);
+    EXPECT_NE(cipher[0], plain[0]);
+    TEAdecipher(cipher, back, key);
+    EXPECT_EQ(back[0], plain[0]);
+    EXPECT_EQ(back[1], plain[1]);
+
+    // Only the low 32 bits of each element take part, whatever the width of unsigned long.
+    unsigned long const wideKey[4] = {key[0] | ~0xFFFFFFFFul, key[1], key[2], key[3]};
+    unsigned long wide[2] = {};
+    TEAencipher(plain, wide, wideKey);
+    EXPECT_EQ(wide[0], cipher[0]);
+    EXPECT_EQ(wide[1], cipher[1]);
+}
+
+TEST(NGpsToOSGridScrambling, CharacterShift)
+{
+    char const text[] = "AB\xFE";
+    char out[sizeof text] = {};
+    CEAencipher(text, out, static_cast<int>(sizeof text));
+    EXPECT_EQ(out[0], 'A' + 2);
+    EXPECT_EQ(out[1], 'B' + 3);
+    EXPECT_EQ(static_cast<unsigned char>(out[2]), 0x02); // 0xFE + 4 wraps
+    EXPECT_EQ(out[3], '\0');
+    char back[sizeof text] = {};
+    CEAdecipher(out, back, static_cast<int>(sizeof text));
+    EXPECT_STREQ(back, text);
+
+    // The amount restarts after 256 characters.
+    char longIn[300];
+    char longOut[300];
+    std::memset(longIn, 'a', sizeof longIn);
+    CEAencipher(longIn, longOut, 300);
+    EXPECT_EQ(longOut[256], longOut[0]);
+    EXPECT_EQ(longOut[299], '\0');
+
+    char one[2] = {'x', 'y'};
+    CEAencipher("q", one, 1);
+    EXPECT_EQ(one[0], '\0');
+    EXPECT_EQ(one[1], 'y');
+    CEAencipher("q", one, 0); // nothing to write
+    EXPECT_EQ(one[0], '\0');
+}
