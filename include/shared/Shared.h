@@ -12,6 +12,9 @@
 // archive
 
 // foundation
+#include <shared/foundation/CStringManipulator.h>
+#include <shared/foundation/CTokenArray.h>
+#include <shared/foundation/HashKey.h>
 
 // time
 

@@ -1,0 +1,159 @@
+#include <cstring>
+#include <shared/foundation/CTokenArray.h>
+#include <string>
+
+namespace
+{
+// The white space that the framework string's Trim removes (isspace in the "C" locale); spelled
+// out so that bytes above 0x7F never reach a locale-dependent classifier.
+bool IsTrimSpace(char c)
+{
+    return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
+}
+
+// The separator search of the original runtime (_mbschr) behaves as a plain character search for
+// the single-byte separators used with this class.
+bool IsSeparator(char const* separators, char c)
+{
+    return separators != nullptr && std::strchr(separators, c) != nullptr;
+}
+} // namespace
+
+CTokenArray::CTokenArray() = default;
+
+CTokenArray::CTokenArray(char const* text, char const* separators, E_TokenizeMode mode)
+{
+    TokenizeString(text, separators, mode);
+}
+
+CTokenArray::~CTokenArray() = default;
+
+int CTokenArray::TokenizeString(char const* text, char const* separators, E_TokenizeMode mode)
+{
+    if (text == nullptr)
+    {
+        RemoveAll();
+        return 0;
+    }
+    return TokenizeString(std::string_view(text, std::strlen(text)), separators, mode);
+}
+
+int CTokenArray::TokenizeString(std::string_view text, char const* separators, E_TokenizeMode mode)
+{
+    // Everything from the first zero on is not part of the text, as for a C string.
+    if (auto zero = text.find('\0'); zero != std::string_view::npos)
+        text = text.substr(0, zero);
+
+    bool const quotes = (mode & TM_QUOTES) != 0;
+    bool const keepQuotes = (mode & TM_KEEP_QUOTES) != 0;
+    bool const keepEmpty = (mode & TM_KEEP_EMPTY) != 0;
+    bool const keepEscapes = (mode & TM_KEEP_ESCAPES) != 0;
+    bool const trim = (mode & TM_TRIM) != 0;
+
+    char const* pos = text.data();
+    char const* const end = pos + text.size();
+    INT_PTR count = 0;
+
+    // Stores a token in the next element, reusing the elements the array already has.
+    auto store = [&](char const* first, char const* last)
+    {
+        if (trim)
+        {
+            while (first != last && IsTrimSpace(*first))
+                ++first;
+            while (last != first && IsTrimSpace(last[-1]))
+                --last;
+        }
+        int const length = static_cast<int>(last - first);
+        if (count < GetSize())
+            ElementAt(count).SetString(first, length);
+        else
+            Add(CString(first, length));
+        ++count;
+    };
+
+    // Most tokens are a plain run of the text; only a dropped quote or escape backslash makes the
+    // token differ from its run, and only then is it assembled in this buffer.
+    std::string edited;
+    while (pos != end)
+    {
+        char const* const start = pos;
+        char const* stop = nullptr;
+        bool quoted = false;
+        bool direct = true;
+        auto append = [&](char c)
+        {
+            if (!direct)
+                edited.push_back(c);
+        };
+        auto startEditing = [&]
+        {
+            if (direct)
+            {
+                edited.assign(start, pos);
+                direct = false;
+            }
+        };
+
+        while (true)
+        {
+            if (pos == end)
+            {
+                stop = pos;
+                break;
+            }
+            char const c = *pos;
+            if (!quoted && IsSeparator(separators, c))
+            {
+                stop = pos;
+                ++pos;
+                break;
+            }
+            if (quotes && c == '"')
+            {
+                if (keepQuotes)
+                    append(c);
+                else
+                    startEditing();
+                quoted = !quoted;
+                ++pos;
+            }
+            else if (quoted && c == '\\' && pos + 1 != end && (pos[1] == '"' || pos[1] == '\\'))
+            {
+                if (keepEscapes)
+                    append(c);
+                else
+                    startEditing();
+                ++pos;
+                append(*pos);
+                ++pos;
+            }
+            else
+            {
+                append(c);
+                ++pos;
+            }
+        }
+
+        bool const empty = direct ? stop == start : edited.empty();
+        // The emptiness test comes before trimming, so a token of blanks is stored (as an empty
+        // string) even without TM_KEEP_EMPTY; callers rely on blank fields keeping their place.
+        if (!empty || keepEmpty)
+        {
+            if (direct)
+                store(start, stop);
+            else
+                store(edited.data(), edited.data() + edited.size());
+        }
+        // Only the last character of the text is examined, so a final separator adds the empty
+        // last field even when it stands inside an unterminated quote.
+        if (pos == end && keepEmpty && IsSeparator(separators, end[-1]))
+            store(end, end);
+    }
+
+    if (count == 0)
+        RemoveAll();
+    else if (count < GetSize())
+        SetSize(count);
+    return static_cast<int>(count);
+}
