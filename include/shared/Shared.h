@@ -6,6 +6,13 @@
 #include <shared/platform/LibraryVersion.h>
 
 // framework
+#include <shared/framework/CList.h>
+#include <shared/framework/CObject.h>
+#include <shared/framework/CRuntimeClass.h>
+#include <shared/framework/CString.h>
+#include <shared/framework/CStringArray.h>
+#include <shared/framework/CStringList.h>
+#include <shared/framework/WinTypes.h>
 
 // platform
 
