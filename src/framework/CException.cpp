@@ -1,0 +1,233 @@
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <shared/framework/CException.h>
+
+IMPLEMENT_DYNAMIC(CException, CObject)
+IMPLEMENT_DYNAMIC(CSimpleException, CException)
+IMPLEMENT_DYNAMIC(CMemoryException, CSimpleException)
+IMPLEMENT_DYNAMIC(CNotSupportedException, CSimpleException)
+IMPLEMENT_DYNAMIC(CFileException, CException)
+IMPLEMENT_DYNAMIC(CArchiveException, CException)
+
+namespace
+{
+
+// The framework's message texts name the file with %1; an unnamed file reads "an unnamed file".
+CString FillFileName(const char* pattern, const CString& fileName)
+{
+    const CString name = fileName.IsEmpty() ? CString("an unnamed file") : fileName;
+    CString text(pattern);
+    text.Replace("%1", name);
+    return text;
+}
+
+} // namespace
+
+CException::CException(BOOL bAutoDelete) : m_bAutoDelete(bAutoDelete) {}
+
+CException::~CException() = default;
+
+void CException::Delete()
+{
+    if (m_bAutoDelete > 0)
+    {
+        delete this;
+    }
+}
+
+BOOL CException::CopyMessage(const CString& text, LPTSTR lpszError, UINT nMaxError)
+{
+    if (lpszError == nullptr || nMaxError == 0)
+    {
+        return FALSE;
+    }
+    const size_t length = std::min<size_t>(static_cast<size_t>(text.GetLength()), nMaxError - 1);
+    std::memcpy(lpszError, static_cast<LPCTSTR>(text), length);
+    lpszError[length] = '\0';
+    return TRUE;
+}
+
+BOOL CException::GetErrorMessage(LPTSTR lpszError, UINT nMaxError, PUINT pnHelpContext) const
+{
+    if (pnHelpContext != nullptr)
+    {
+        *pnHelpContext = 0;
+    }
+    if (lpszError != nullptr && nMaxError > 0)
+    {
+        lpszError[0] = '\0';
+    }
+    return FALSE;
+}
+
+int CException::ReportError(UINT, UINT)
+{
+    char text[512];
+    if (!GetErrorMessage(text, sizeof text))
+    {
+        std::strcpy(text, "No error message is available.");
+    }
+    std::fprintf(stderr, "%s\n", text);
+    return IDOK;
+}
+
+BOOL CMemoryException::GetErrorMessage(LPTSTR lpszError, UINT nMaxError, PUINT pnHelpContext) const
+{
+    if (pnHelpContext != nullptr)
+    {
+        *pnHelpContext = 0;
+    }
+    return CopyMessage("Out of memory.", lpszError, nMaxError);
+}
+
+BOOL CNotSupportedException::GetErrorMessage(LPTSTR lpszError, UINT nMaxError,
+                                             PUINT pnHelpContext) const
+{
+    if (pnHelpContext != nullptr)
+    {
+        *pnHelpContext = 0;
+    }
+    return CopyMessage("Unsupported operation was attempted.", lpszError, nMaxError);
+}
+
+CFileException::CFileException(int cause, LONG lOsError, LPCTSTR lpszArchiveName)
+    : m_cause(cause), m_lOsError(lOsError),
+      m_strFileName(lpszArchiveName != nullptr ? lpszArchiveName : "")
+{
+}
+
+BOOL CFileException::GetErrorMessage(LPTSTR lpszError, UINT nMaxError, PUINT pnHelpContext) const
+{
+    if (pnHelpContext != nullptr)
+    {
+        *pnHelpContext = 0;
+    }
+    static const char* const texts[] = {
+        "No error occurred.",
+        "An unexpected error occurred while accessing %1.",
+        "%1 was not found.",
+        "%1 contains an invalid path.",
+        "%1 could not be opened because there are too many open files.",
+        "Access to %1 was denied.",
+        "An invalid file handle was associated with %1.",
+        "%1 could not be removed because it is the current directory.",
+        "%1 could not be created because the directory is full.",
+        "Seek failed on %1",
+        "A hardware I/O error was reported while accessing %1.",
+        "A sharing violation occurred while accessing %1.",
+        "A locking violation occurred while accessing %1.",
+        "Disk full while accessing %1.",
+        "An attempt was made to access %1 past its end.",
+    };
+    const int count = static_cast<int>(sizeof texts / sizeof texts[0]);
+    const int cause = (m_cause >= 0 && m_cause < count) ? m_cause : genericException;
+    return CopyMessage(FillFileName(texts[cause], m_strFileName), lpszError, nMaxError);
+}
+
+int PASCAL CFileException::OsErrorToException(LONG lOsError)
+{
+    return ErrnoToException(static_cast<int>(lOsError));
+}
+
+int PASCAL CFileException::ErrnoToException(int nErrno)
+{
+    switch (nErrno)
+    {
+    case 0:
+        return none;
+    case ENOENT:
+        return fileNotFound;
+    case ENOTDIR:
+    case ENAMETOOLONG:
+    case ELOOP:
+    case EFAULT:
+        return badPath;
+    case EMFILE:
+    case ENFILE:
+        return tooManyOpenFiles;
+    case EACCES:
+    case EPERM:
+    case EROFS:
+    case EISDIR:
+    case EEXIST:
+        return accessDenied;
+    case EBADF:
+        return invalidFile;
+    case EBUSY:
+    case ETXTBSY:
+        return sharingViolation;
+    case EDEADLK:
+    case ENOLCK:
+        return lockViolation;
+    case ESPIPE:
+    case EOVERFLOW:
+        return badSeek;
+    case EIO:
+        return hardIO;
+    case ENOSPC:
+    case EDQUOT:
+    case EFBIG:
+        return diskFull;
+    default:
+        return genericException;
+    }
+}
+
+void PASCAL CFileException::ThrowOsError(LONG lOsError, LPCTSTR lpszFileName)
+{
+    AfxThrowFileException(OsErrorToException(lOsError), lOsError, lpszFileName);
+}
+
+void PASCAL CFileException::ThrowErrno(int nErrno, LPCTSTR lpszFileName)
+{
+    AfxThrowFileException(ErrnoToException(nErrno), nErrno, lpszFileName);
+}
+
+CArchiveException::CArchiveException(int cause, LPCTSTR lpszArchiveName)
+    : m_cause(cause), m_strFileName(lpszArchiveName != nullptr ? lpszArchiveName : "")
+{
+}
+
+BOOL CArchiveException::GetErrorMessage(LPTSTR lpszError, UINT nMaxError, PUINT pnHelpContext) const
+{
+    if (pnHelpContext != nullptr)
+    {
+        *pnHelpContext = 0;
+    }
+    static const char* const texts[] = {
+        "No error occurred.",
+        "An unexpected error occurred while reading %1.",
+        "An attempt was made to write to %1 while it was being read.",
+        "An attempt was made to access %1 past its end.",
+        "An attempt was made to read from %1 while it was being written.",
+        "%1 has a bad format.",
+        "%1 contained an unexpected object.",
+        "%1 contains an incorrect schema.",
+        "The archive buffer of %1 is full.",
+    };
+    const int count = static_cast<int>(sizeof texts / sizeof texts[0]);
+    const int cause = (m_cause >= 0 && m_cause < count) ? m_cause : genericException;
+    return CopyMessage(FillFileName(texts[cause], m_strFileName), lpszError, nMaxError);
+}
+
+void AFXAPI AfxThrowFileException(int cause, LONG lOsError, LPCTSTR lpszFileName)
+{
+    throw new CFileException(cause, lOsError, lpszFileName);
+}
+
+void AFXAPI AfxThrowArchiveException(int cause, LPCTSTR lpszArchiveName)
+{
+    throw new CArchiveException(cause, lpszArchiveName);
+}
+
+void AFXAPI AfxThrowMemoryException()
+{
+    throw new CMemoryException();
+}
+
+void AFXAPI AfxThrowNotSupportedException()
+{
+    throw new CNotSupportedException();
+}
