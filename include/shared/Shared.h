@@ -28,6 +28,20 @@
 // positioning
 
 // comms
+#include <shared/comms/CBaseSignal.h>
+#include <shared/comms/CBaseSlot.h>
+#include <shared/comms/CBaseSlot0.h>
+#include <shared/comms/CBaseSlot2.h>
+#include <shared/comms/CBaseSlot4.h>
+#include <shared/comms/CByteFifo.h>
+#include <shared/comms/CSigSlotCollection.h>
+#include <shared/comms/CSigSlotCollectionItem.h>
+#include <shared/comms/CSigSlotInterlock.h>
+#include <shared/comms/CSigSlotIterator.h>
+#include <shared/comms/CSigSlotMutex.h>
+#include <shared/comms/CSignal0.h>
+#include <shared/comms/CSignal2.h>
+#include <shared/comms/CSignal4.h>
 #include <shared/comms/CZModem.h>
 
 // places

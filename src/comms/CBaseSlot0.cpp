@@ -1,0 +1,3 @@
+#include <shared/comms/CBaseSlot0.h>
+
+CBaseSlot0::~CBaseSlot0() = default;

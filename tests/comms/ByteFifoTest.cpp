@@ -1,0 +1,194 @@
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <gtest/gtest.h>
+#include <shared/comms/CByteFifo.h>
+#include <thread>
+#include <vector>
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+TEST(ByteFifo, HoldsOneByteLessThanItsSizeAndKeepsOrder)
+{
+    CByteFifo fifo(4);
+    EXPECT_TRUE(fifo.PutByte(1));
+    EXPECT_TRUE(fifo.PutByte(2));
+    EXPECT_TRUE(fifo.PutByte(3));
+    EXPECT_FALSE(fifo.PutByte(4)) << "one cell always stays free";
+    EXPECT_EQ(fifo.GetBytesReady(), 3u);
+    unsigned char b = 0;
+    for (unsigned char expected : {1, 2, 3})
+    {
+        ASSERT_TRUE(fifo.GetByte(b, 0));
+        EXPECT_EQ(b, expected);
+    }
+    EXPECT_FALSE(fifo.GetByte(b, 0));
+
+    unsigned char const block[] = {9, 8, 7, 6, 5};
+    EXPECT_EQ(fifo.PutBytes(block, 5), 3u);
+    fifo.Empty();
+    EXPECT_EQ(fifo.GetBytesReady(), 0u);
+    EXPECT_TRUE(fifo.PutByte(42));
+    ASSERT_TRUE(fifo.GetByte(b, 0));
+    EXPECT_EQ(b, 42);
+
+    CByteFifo tiny(0); // raised to the smallest useful ring
+    EXPECT_EQ(tiny.GetSize(), 2u);
+    EXPECT_TRUE(tiny.PutByte(1));
+    EXPECT_FALSE(tiny.PutByte(2));
+}
+
+TEST(ByteFifo, OffsetsWrapWithoutLoss)
+{
+    CByteFifo fifo(16);
+    for (int i = 0; i < 10000; ++i)
+    {
+        ASSERT_TRUE(fifo.PutByte(static_cast<unsigned char>(i * 7)));
+        unsigned char b = 0;
+        ASSERT_TRUE(fifo.GetByte(b, 0));
+        ASSERT_EQ(b, static_cast<unsigned char>(i * 7));
+    }
+    EXPECT_EQ(fifo.GetBytesReady(), 0u);
+}
+
+TEST(ByteFifo, UngetPushesBackAtTheFront)
+{
+    CByteFifo fifo(4);
+    fifo.PutByte(1);
+    fifo.PutByte(2);
+    unsigned char b = 0;
+    ASSERT_TRUE(fifo.GetByte(b, 0));
+    EXPECT_TRUE(fifo.UngetByte(b));
+    EXPECT_TRUE(fifo.UngetByte(0));
+    EXPECT_EQ(fifo.GetBytesReady(), 3u);
+    // Pushed back one after another: they come out in the reverse order of pushing.
+    for (unsigned char expected : {0, 1, 2})
+    {
+        ASSERT_TRUE(fifo.GetByte(b, 0));
+        EXPECT_EQ(b, expected);
+    }
+
+    // Full: the newest byte is dropped to make room, the count stays the same.
+    fifo.PutByte(10);
+    fifo.PutByte(11);
+    fifo.PutByte(12);
+    EXPECT_FALSE(fifo.UngetByte(9));
+    EXPECT_EQ(fifo.GetBytesReady(), 3u);
+    for (unsigned char expected : {9, 10, 11})
+    {
+        ASSERT_TRUE(fifo.GetByte(b, 0));
+        EXPECT_EQ(b, expected);
+    }
+    EXPECT_FALSE(fifo.GetByte(b, 0));
+}
+
+TEST(ByteFifo, TimedWaitsEndOnDataOrTimeout)
+{
+    CByteFifo fifo(64);
+    unsigned char b = 0;
+    auto start = Clock::now();
+    EXPECT_FALSE(fifo.GetByte(b, 60));
+    EXPECT_GE(Clock::now() - start, 55ms);
+
+    std::thread producer(
+        [&]
+        {
+            std::this_thread::sleep_for(20ms);
+            fifo.PutByte(0x5A);
+        });
+    start = Clock::now();
+    ASSERT_TRUE(fifo.GetByte(b, 10000));
+    EXPECT_LT(Clock::now() - start, 5s) << "woken by the byte, not by the timeout";
+    EXPECT_EQ(b, 0x5A);
+    producer.join();
+
+    // An unget also wakes a waiter, and Infinite waits for ever.
+    std::thread pusher(
+        [&]
+        {
+            std::this_thread::sleep_for(20ms);
+            fifo.UngetByte(0x33);
+        });
+    ASSERT_TRUE(fifo.GetByte(b, CByteFifo::Infinite));
+    EXPECT_EQ(b, 0x33);
+    pusher.join();
+}
+
+TEST(ByteFifo, StreamsBetweenThreadsInOrder)
+{
+    // A small ring forces the producer to retry when full and the consumer to wait when empty.
+    CByteFifo fifo(64);
+    constexpr std::uint32_t total = 1u << 20;
+    std::thread producer(
+        [&]
+        {
+            for (std::uint32_t i = 0; i < total;)
+            {
+                if (fifo.PutByte(static_cast<unsigned char>(i ^ (i >> 8))))
+                {
+                    ++i;
+                }
+                else
+                {
+                    std::this_thread::yield();
+                }
+            }
+        });
+    std::uint32_t mismatches = 0;
+    for (std::uint32_t i = 0; i < total; ++i)
+    {
+        unsigned char b = 0;
+        ASSERT_TRUE(fifo.GetByte(b, 5000)) << "byte " << i << " never came";
+        mismatches += b != static_cast<unsigned char>(i ^ (i >> 8));
+    }
+    producer.join();
+    EXPECT_EQ(mismatches, 0u);
+}
+
+TEST(ByteFifo, SeveralConsumersShareTheBytesExactlyOnce)
+{
+    CByteFifo fifo(32);
+    constexpr int total = 20000;
+    std::atomic<int> taken{0};
+    std::vector<std::atomic<int>> seen(256);
+    std::vector<std::thread> consumers;
+    for (int c = 0; c < 3; ++c)
+    {
+        consumers.emplace_back(
+            [&]
+            {
+                unsigned char b = 0;
+                while (fifo.GetByte(b, 300))
+                {
+                    ++seen[b];
+                    ++taken;
+                }
+            });
+    }
+    for (int i = 0; i < total;)
+    {
+        if (fifo.PutByte(static_cast<unsigned char>(i)))
+        {
+            ++i;
+        }
+        else
+        {
+            std::this_thread::yield();
+        }
+    }
+    for (auto& t : consumers)
+    {
+        t.join();
+    }
+    EXPECT_EQ(taken.load(), total);
+    for (int v = 0; v < 256; ++v)
+    {
+        EXPECT_EQ(seen[v].load(), total / 256 + (v < total % 256 ? 1 : 0)) << v;
+    }
+
+    // A copy is another handle on the same ring.
+    CByteFifo copy(fifo);
+    copy.PutByte(7);
+    EXPECT_EQ(fifo.GetBytesReady(), 1u);
+}
