@@ -26,6 +26,8 @@
 // time
 
 // positioning
+#include <shared/positioning/CCoordTransform.h>
+#include <shared/positioning/NGpsToOSGrid.h>
 
 // comms
 #include <shared/comms/CBaseSignal.h>
