@@ -15,6 +15,7 @@
 #include <shared/framework/WinTypes.h>
 
 // platform
+#include <shared/platform/SystemTime.h>
 
 // archive
 
