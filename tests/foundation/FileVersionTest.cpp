@@ -1,0 +1,259 @@
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <shared/foundation/CFileVersion.h>
+#include <shared/platform/VersionResource.h>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+namespace fs = std::filesystem;
+namespace platform = shared::platform;
+
+namespace
+{
+
+// The images are built from tests/foundation/fixtures by the MinGW-w64 binutils at build time.
+#ifdef SHARED_PE_FIXTURE_DIR
+const fs::path kFixtures = SHARED_PE_FIXTURE_DIR;
+#define REQUIRE_FIXTURES() static_cast<void>(0)
+#else
+const fs::path kFixtures;
+#define REQUIRE_FIXTURES() GTEST_SKIP() << "MinGW-w64 binutils were not available at build time"
+#endif
+
+std::string Fixture(const char* name)
+{
+    return (kFixtures / name).string();
+}
+
+std::vector<std::uint8_t> ReadBytes(const fs::path& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+class TempFile
+{
+public:
+    TempFile()
+    {
+        std::string pattern = (fs::temp_directory_path() / "file-version-XXXXXX").string();
+        const int fd = ::mkstemp(pattern.data());
+        if (fd >= 0)
+            ::close(fd);
+        m_path = pattern;
+    }
+    ~TempFile()
+    {
+        std::error_code ec;
+        fs::remove(m_path, ec);
+    }
+    void Write(const std::uint8_t* data, std::size_t size) const
+    {
+        std::ofstream(m_path, std::ios::binary | std::ios::trunc)
+            .write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
+    }
+    std::string Path() const { return m_path.string(); }
+
+private:
+    fs::path m_path;
+};
+
+void ExpectClosed(const CFileVersion& version)
+{
+    EXPECT_EQ(version.QueryValue("CompanyName"), "");
+    EXPECT_EQ(version.GetProductName(), "");
+    EXPECT_EQ(version.GetFixedFileVersion(), "");
+    EXPECT_EQ(version.GetFixedProductVersion(), "");
+    EXPECT_EQ(version.GetFixedBuildVersion(), "");
+    VS_FIXEDFILEINFO info{};
+    EXPECT_FALSE(version.GetFixedInfo(info));
+}
+
+} // namespace
+
+TEST(FileVersionTest, SixtyFourBitDllWithEveryEntry)
+{
+    REQUIRE_FIXTURES();
+    CFileVersion version;
+    ASSERT_TRUE(version.Open(Fixture("full64.dll").c_str()));
+    EXPECT_EQ(version.GetCompanyName(), "Acme Tracking Ltd");
+    EXPECT_EQ(version.GetFileDescription(), "Position report decoder");
+    EXPECT_EQ(version.GetFileVersion(), "1.2.3.4");
+    EXPECT_EQ(version.GetInternalName(), "decoder");
+    EXPECT_EQ(version.GetLegalCopyright(), "Copyright \xC2\xA9 2024 Acme"); // UTF-8 copyright sign
+    EXPECT_EQ(version.GetOriginalFilename(), "decoder.dll");
+    EXPECT_EQ(version.GetProductName(), "Warden");
+    EXPECT_EQ(version.GetProductVersion(), "2.1.0 Beta 3");
+    EXPECT_EQ(version.QueryValue("Comments"), "");
+    EXPECT_EQ(version.QueryValue("NoSuchEntry"), "");
+    EXPECT_EQ(version.QueryValue("companyname"), "Acme Tracking Ltd");
+
+    // Product version 2.1.0.3: a beta.
+    EXPECT_EQ(version.GetFixedFileVersion(), "1,2,3,4");
+    EXPECT_EQ(version.GetFixedProductVersion(), "2.1.0 Beta 3");
+    EXPECT_EQ(version.GetFixedBuildVersion(), "2.1");
+
+    VS_FIXEDFILEINFO info{};
+    ASSERT_TRUE(version.GetFixedInfo(info));
+    EXPECT_EQ(info.dwSignature, 0xFEEF04BDu);
+    EXPECT_EQ(info.dwFileVersionMS, 0x00010002u);
+    EXPECT_EQ(info.dwFileVersionLS, 0x00030004u);
+    EXPECT_EQ(info.dwProductVersionLS, 0x00000003u);
+    EXPECT_EQ(info.dwFileFlagsMask, 0x3Fu);
+    EXPECT_EQ(info.dwFileFlags, 0x2u);
+    EXPECT_EQ(info.dwFileOS, 0x40004u);
+    EXPECT_EQ(info.dwFileType, 0x2u);
+
+    // The second translation, asked for explicitly; its text was written in code page 1252.
+    EXPECT_EQ(version.QueryValue("CompanyName", 0x040704e4), "Acme Ortung GmbH");
+    EXPECT_EQ(version.QueryValue("FileDescription", 0x040704e4),
+              "Positionsmeldungen entschl\xC3\xBCsseln");
+    EXPECT_EQ(version.QueryValue("ProductName", 0x040704e4), "");
+    EXPECT_EQ(version.QueryValue("CompanyName", 0x040c04b0), "");
+    version.Close();
+    ExpectClosed(version);
+}
+
+TEST(FileVersionTest, ThirtyTwoBitReleaseExecutable)
+{
+    REQUIRE_FIXTURES();
+    CFileVersion version;
+    ASSERT_TRUE(version.Open(Fixture("release32.exe").c_str()));
+    // The table is keyed "080904E4": keys are compared without regard to case.
+    EXPECT_EQ(version.GetCompanyName(), "Acme Tracking Ltd");
+    EXPECT_EQ(version.GetProductVersion(), "2.1");
+    EXPECT_EQ(version.GetFileDescription(), "");
+    // Product version 2.1.0.0: a release.
+    EXPECT_EQ(version.GetFixedProductVersion(), "2.1.0");
+    EXPECT_EQ(version.GetFixedBuildVersion(), "2.1");
+    EXPECT_EQ(version.GetFixedFileVersion(), "2,1,0,0");
+    version.Close();
+}
+
+TEST(FileVersionTest, FilesWithoutAUsableResourceDoNotOpen)
+{
+    REQUIRE_FIXTURES();
+    TempFile text;
+    const std::string words = "MZ is how this text file happens to start\n";
+    text.Write(reinterpret_cast<const std::uint8_t*>(words.data()), words.size());
+    const std::vector<std::string> paths{
+        Fixture("notranslation32.dll"), // a resource, but no translation table
+        Fixture("noversion64.dll"),     // resources, none of them a version
+        Fixture("plain64.exe"),         // no resource section
+        "/proc/self/exe",               // an ELF binary
+        text.Path(),
+        (kFixtures / "missing.dll").string(),
+        kFixtures.string(), // a directory
+        "",
+    };
+    for (const std::string& path : paths)
+    {
+        CFileVersion version;
+        EXPECT_FALSE(version.Open(path.c_str())) << path;
+        ExpectClosed(version);
+    }
+    CFileVersion version;
+    EXPECT_FALSE(version.Open(nullptr));
+
+    // The untranslated resource is there all the same; it just cannot be opened.
+    const auto resource = platform::ReadVersionResource(Fixture("notranslation32.dll").c_str());
+    ASSERT_TRUE(resource);
+    EXPECT_TRUE(platform::ReadTranslations(*resource).empty());
+    const auto fixed = platform::ReadFixedFileInfo(*resource);
+    ASSERT_TRUE(fixed);
+    EXPECT_EQ(fixed->dwProductVersionMS, 0x00030000u);
+}
+
+TEST(FileVersionTest, OpenReplacesCopiesShareAndCloseIsPerObject)
+{
+    REQUIRE_FIXTURES();
+    CFileVersion version;
+    ASSERT_TRUE(version.Open(Fixture("full64.dll").c_str()));
+    CFileVersion copy(version);
+    CFileVersion assigned;
+    assigned = version;
+    version.Close();
+    EXPECT_EQ(copy.GetProductName(), "Warden");
+    EXPECT_EQ(assigned.GetFixedProductVersion(), "2.1.0 Beta 3");
+
+    // Opening another file replaces what was held; a failed open leaves the object closed.
+    ASSERT_TRUE(copy.Open(Fixture("release32.exe").c_str()));
+    EXPECT_EQ(copy.GetFixedProductVersion(), "2.1.0");
+    EXPECT_EQ(copy.QueryValue("FileDescription"), "");
+    EXPECT_FALSE(assigned.Open(Fixture("plain64.exe").c_str()));
+    ExpectClosed(assigned);
+}
+
+TEST(FileVersionTest, TruncatedImagesNeverYieldPartialData)
+{
+    REQUIRE_FIXTURES();
+    const std::vector<std::uint8_t> image = ReadBytes(Fixture("full64.dll"));
+    ASSERT_GT(image.size(), 1024u);
+    TempFile file;
+    for (std::size_t size = 0; size < image.size(); size += (size < 1024 ? 7 : 61))
+    {
+        file.Write(image.data(), size);
+        CFileVersion version;
+        if (version.Open(file.Path().c_str()))
+        {
+            // Only padding was cut: everything must read as from the whole file.
+            EXPECT_EQ(version.GetFixedProductVersion(), "2.1.0 Beta 3") << size;
+            EXPECT_EQ(version.GetLegalCopyright(), "Copyright \xC2\xA9 2024 Acme") << size;
+        }
+        const std::span<const std::uint8_t> prefix(image.data(), size);
+        const auto resource = platform::ExtractVersionResource(prefix);
+        EXPECT_EQ(resource.has_value(), version.Open(file.Path().c_str())) << size;
+    }
+}
+
+TEST(FileVersionTest, DamagedImagesAndBlocksAreReadSafely)
+{
+    REQUIRE_FIXTURES();
+    const std::vector<std::uint8_t> original = ReadBytes(Fixture("full64.dll"));
+    const auto resource = platform::ExtractVersionResource(original);
+    ASSERT_TRUE(resource);
+    // Corrupt the image and the block at pseudo-random places (a fixed sequence, so failures
+    // reproduce); every reader must stay within the bytes it was given.
+    std::uint32_t seed = 12345;
+    auto next = [&seed] { return seed = seed * 1664525u + 1013904223u; };
+    for (int round = 0; round < 3000; ++round)
+    {
+        std::vector<std::uint8_t> image = original;
+        std::vector<std::uint8_t> block = *resource;
+        for (int flips = 1 + static_cast<int>(next() % 4); flips > 0; --flips)
+        {
+            image[next() % image.size()] = static_cast<std::uint8_t>(next() >> 24);
+            block[next() % block.size()] = static_cast<std::uint8_t>(next() >> 24);
+        }
+        if (const auto found = platform::ExtractVersionResource(image))
+        {
+            platform::ReadStringTables(*found);
+            platform::ReadFixedFileInfo(*found);
+        }
+        for (const auto& table : platform::ReadStringTables(block))
+        {
+            for (const auto& entry : table.entries)
+                EXPECT_LE(entry.second.size(), block.size() * 2);
+        }
+        platform::ReadTranslations(block);
+        if (const auto value =
+                platform::QueryVersionValue(block, "\\StringFileInfo\\040904b0\\CompanyName"))
+            platform::VersionValueText(*value);
+        // Any prefix of the block.
+        const std::span<const std::uint8_t> cut(block.data(), next() % block.size());
+        platform::ReadStringTables(cut);
+        platform::ReadFixedFileInfo(cut);
+    }
+}
+
+TEST(FileVersionTest, ClosedObjectAnswersEmpty)
+{
+    CFileVersion version;
+    ExpectClosed(version);
+    version.Close(); // closing twice is harmless
+    ExpectClosed(version);
+}
