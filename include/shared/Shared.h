@@ -15,11 +15,16 @@
 #include <shared/framework/WinTypes.h>
 
 // platform
+#include <shared/platform/RegistryStore.h>
+#include <shared/platform/SystemError.h>
 #include <shared/platform/SystemTime.h>
+#include <shared/platform/VersionResource.h>
 
 // archive
 
 // foundation
+#include <shared/foundation/CFileVersion.h>
+#include <shared/foundation/CRegistryFuncs.h>
 #include <shared/foundation/CStringManipulator.h>
 #include <shared/foundation/CTokenArray.h>
 #include <shared/foundation/HashKey.h>
