@@ -2,6 +2,7 @@
 #include <atomic>
 #include <cctype>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <memory>
 #include <mutex>
@@ -150,7 +151,8 @@ bool CCoordTransform::EastingNorthing_To_BNG(unsigned long E, unsigned long N, C
     unsigned long v = (17 - row) * 5 + column; // 'A' is 65 = 13 * 5; rows count from the north
     if (v >= 'I')
         ++v;
-    letters.Format("%c%c", major, static_cast<char>(v));
+    char const text[3] = {major, static_cast<char>(v), '\0'}; // "%c%c", without a printf pass
+    letters = text;
     e = E % kMinor;
     n = N % kMinor;
     return true;
@@ -204,7 +206,11 @@ bool CCoordTransform::EastingNorthing_To_GridRef(unsigned long E, unsigned long 
         n = std::min(n + 5, limit - 1) / 10;
         limit /= 10;
     }
-    out.Format(kGridRefFormat, letters, static_cast<unsigned>(e), static_cast<unsigned>(n));
+    // Formatted on the stack: this is the hot path of position display.
+    char text[32];
+    std::snprintf(text, sizeof text, kGridRefFormat, letters.GetString(), static_cast<unsigned>(e),
+                  static_cast<unsigned>(n));
+    out = text;
     return true;
 }
 
