@@ -6,6 +6,9 @@
 #include <shared/platform/LibraryVersion.h>
 
 // framework
+#include <shared/framework/CException.h>
+#include <shared/framework/CFile.h>
+#include <shared/framework/CStdioFile.h>
 #include <shared/framework/CList.h>
 #include <shared/framework/CObject.h>
 #include <shared/framework/CRuntimeClass.h>
@@ -18,11 +21,15 @@
 #include <shared/platform/RegistryStore.h>
 #include <shared/platform/SystemError.h>
 #include <shared/platform/SystemTime.h>
+#include <shared/platform/UserName.h>
 #include <shared/platform/VersionResource.h>
 
 // archive
+#include <shared/archive/CArchive.h>
 
 // foundation
+#include <shared/foundation/CLog.h>
+#include <shared/foundation/Cint64.h>
 #include <shared/foundation/CFileVersion.h>
 #include <shared/foundation/CRegistryFuncs.h>
 #include <shared/foundation/CStringManipulator.h>
