@@ -1,11 +1,8 @@
-#include <shared/archive/CArchive.h>
-#if __has_include(<shared/framework/COleDateTime.h>)
-#include <shared/framework/COleDateTime.h>
-#include <shared/framework/COleDateTimeSpan.h>
-#endif
-
 #include <algorithm>
 #include <bit>
+#include <shared/archive/CArchive.h>
+#include <shared/framework/COleDateTime.h>
+#include <shared/framework/COleDateTimeSpan.h>
 #include <string>
 
 namespace
@@ -426,7 +423,6 @@ CArchive& CArchive::operator>>(CString& str)
     return *this;
 }
 
-#if __has_include(<shared/framework/COleDateTime.h>)
 CArchive& CArchive::operator<<(const COleDateTime& date)
 {
     WriteRaw<DWORD>(static_cast<DWORD>(date.m_status));
@@ -439,7 +435,10 @@ CArchive& CArchive::operator>>(COleDateTime& date)
     double value = 0.0;
     *this >> value;
     date.m_dt = value;
-    date.m_status = static_cast<COleDateTime::DateTimeStatus>(status);
+    date.m_status = (status >= COleDateTime::error && status <= COleDateTime::null)
+                        ? static_cast<COleDateTime::DateTimeStatus>(status)
+                        : COleDateTime::invalid; // a corrupt status is no valid date
+
     return *this;
 }
 
@@ -455,11 +454,12 @@ CArchive& CArchive::operator>>(COleDateTimeSpan& span)
     double value = 0.0;
     *this >> value;
     span.m_span = value;
-    span.m_status = static_cast<COleDateTimeSpan::DateTimeSpanStatus>(status);
+    span.m_status = (status >= COleDateTimeSpan::valid && status <= COleDateTimeSpan::null)
+                        ? static_cast<COleDateTimeSpan::DateTimeSpanStatus>(status)
+                        : COleDateTimeSpan::invalid;
+
     return *this;
 }
-
-#endif
 
 BOOL CArchive::ReadString(CString& rString)
 {
