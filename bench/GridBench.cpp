@@ -2,6 +2,7 @@
 #include <array>
 #include <benchmark/benchmark.h>
 #include <cstddef>
+#include <cstdint>
 #include <shared/positioning/CCoordTransform.h>
 #include <shared/positioning/NGpsToOSGrid.h>
 

@@ -326,9 +326,9 @@ TEST(CCoordTransformDatum, GeocentricToLatLonHeight)
 
 TEST(CCoordTransformLatLong, FallbackPathAgainstOsTestPoints)
 {
-    // The published three-parameter OSGB36 shift is quoted at about 10 m per axis; across GB
-    // it is up to 17 m from the definitive OSTN15 grid (north-west Scotland). 20 m holds it,
-    // while a wrong sign or swapped axis in the shift costs hundreds of metres.
+    // The three-parameter OSGB36 shift (EPSG:1195) is quoted at 21 m; across GB it is up to
+    // 17 m from the definitive OSTN15 grid (north-west Scotland). A wrong sign or swapped axis
+    // in the shift costs hundreds of metres.
     auto const points = grid_test::LoadOsPoints();
     if (points.empty())
         GTEST_SKIP() << "no OS test data";
@@ -338,7 +338,7 @@ TEST(CCoordTransformLatLong, FallbackPathAgainstOsTestPoints)
         unsigned long N = 0;
         ASSERT_TRUE(CCoordTransform::LatLong_To_EastingNorthing(p.lat, p.lon, E, N)) << p.id;
         EXPECT_LT(std::hypot(static_cast<double>(E) - p.east, static_cast<double>(N) - p.north),
-                  20.0)
+                  21.0)
             << p.id;
 
         double lat = 0;
