@@ -323,7 +323,13 @@ int CZModem::ReceiveFileData()
             return false;
         }
         if (sendAttention)
+        {
+            // A streaming sender goes on sending until it reads our ZRPOS; whatever of that is
+            // already buffered on our side is useless, and on a deep buffer (a pipe, a network
+            // link) hunting through it for the next header would use up the allowance.
+            ZPurgeInput();
             SendAttentionSequence();
+        }
         SendPositionHeader(ZRPOS, received);
         return true;
     };

@@ -105,9 +105,9 @@ protected:
     virtual void ZSendBytes(unsigned char const* data, unsigned long count) = 0;
     // One received byte; false on timeout (or when the line is gone).
     virtual bool ZReadByte(unsigned char& byte, unsigned long timeoutMs) = 0;
-    // Discards bytes that have arrived but not been read. The engine never calls it, so that
-    // what it sends and reads stays exactly the protocol; the owner of a line calls it before a
-    // session to drop chatter (modem responses, a previous sender's leftovers).
+    // Discards bytes that have arrived but not been read. The engine calls it when it has found
+    // a damaged header or subpacket, just before it asks the sender to resend; the owner of a
+    // line may also call it before a session to drop chatter (modem responses, leftovers).
     virtual void ZPurgeInput() = 0;
 
     // Information about the session, for derived classes.
