@@ -41,6 +41,13 @@
 // positioning
 #include <shared/positioning/CCoordTransform.h>
 #include <shared/positioning/NGpsToOSGrid.h>
+#include <shared/positioning/CLocation.h>
+#include <shared/positioning/CNmeaGPIOP.h>
+#include <shared/positioning/CNmeaGPLOG.h>
+#include <shared/positioning/CNmeaGPRMC.h>
+#include <shared/positioning/CNmeaSentence.h>
+#include <shared/positioning/CPosition.h>
+#include <shared/positioning/NWardenMetrics.h>
 
 // comms
 #include <shared/comms/CBaseSignal.h>

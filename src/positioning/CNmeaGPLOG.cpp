@@ -1,0 +1,68 @@
+#include "NmeaFields.h"
+
+#include <shared/foundation/CTokenArray.h>
+#include <shared/positioning/CNmeaGPLOG.h>
+
+CNmeaGPLOG::CNmeaGPLOG()
+    : m_dwValid(0), m_dtTimeStamp(static_cast<DATE>(0.0)), m_eState(eGPLOG_State0)
+{
+}
+
+CNmeaGPLOG::CNmeaGPLOG(CNmeaGPLOG const& other) = default;
+CNmeaGPLOG& CNmeaGPLOG::operator=(CNmeaGPLOG const& other) = default;
+CNmeaGPLOG::~CNmeaGPLOG() = default;
+
+char const* CNmeaGPLOG::GetTypeString()
+{
+    return "GPLOG";
+}
+CNmeaSentence::E_NMEASentenceType CNmeaGPLOG::GetType() const
+{
+    return eNMEA_GPLOG;
+}
+void CNmeaGPLOG::GetTypeString(CString& type) const
+{
+    type = GetTypeString();
+}
+
+bool CNmeaGPLOG::IsValid(E_ValidParts parts) const
+{
+    return (m_dwValid & parts) == parts;
+}
+void CNmeaGPLOG::SetValid(E_ValidParts parts)
+{
+    m_dwValid |= parts;
+}
+
+CNmeaSentence::E_NMEAParseResult CNmeaGPLOG::Decode(CTokenArray const& tokens, int count)
+{
+    m_dwValid = 0;
+    unsigned long state = 0;
+    if (count > 1 && !tokens.GetAt(1).IsEmpty() &&
+        nmea_fields::ReadWholeUnsigned(tokens.GetAt(1), state) && state <= 1)
+    {
+        // The device sends 0 for what the application calls state 1 and the other way round.
+        m_eState = state == 0 ? eGPLOG_State1 : eGPLOG_State0;
+        SetValid(eGPLOG_State);
+    }
+    if (count >= 4 && !tokens.GetAt(2).IsEmpty() && !tokens.GetAt(3).IsEmpty() &&
+        nmea_fields::ReadTimeStamp(tokens.GetAt(2), tokens.GetAt(3), m_dtTimeStamp))
+        SetValid(eGPLOG_TimeStamp);
+    return eNMEAParseOK;
+}
+
+bool CNmeaGPLOG::GetTimeStamp(COleDateTime& timestamp) const
+{
+    if (!IsValid(eGPLOG_TimeStamp))
+        return false;
+    timestamp = m_dtTimeStamp;
+    return true;
+}
+
+bool CNmeaGPLOG::GetState(E_State& state) const
+{
+    if (!IsValid(eGPLOG_State))
+        return false;
+    state = m_eState;
+    return true;
+}

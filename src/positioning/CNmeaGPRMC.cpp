@@ -1,0 +1,154 @@
+#include "NmeaFields.h"
+
+#include <shared/foundation/CTokenArray.h>
+#include <shared/positioning/CNmeaGPRMC.h>
+
+CNmeaGPRMC::CNmeaGPRMC()
+    : m_dwValid(0), m_dtTimeStamp(static_cast<DATE>(0.0)), m_cStatusIndicator(0),
+      m_dblLatitude(0.0), m_dblLongitude(0.0), m_dblSpeedInKnots(0.0), m_dblCourse(0.0),
+      m_dblMagneticVariation(0.0), m_cModeIndicator(0)
+{
+}
+
+CNmeaGPRMC::CNmeaGPRMC(CNmeaGPRMC const& other) = default;
+CNmeaGPRMC& CNmeaGPRMC::operator=(CNmeaGPRMC const& other) = default;
+CNmeaGPRMC::~CNmeaGPRMC() = default;
+
+char const* CNmeaGPRMC::GetTypeString()
+{
+    return "GPRMC";
+}
+CNmeaSentence::E_NMEASentenceType CNmeaGPRMC::GetType() const
+{
+    return eNMEA_GPRMC;
+}
+void CNmeaGPRMC::GetTypeString(CString& type) const
+{
+    type = GetTypeString();
+}
+
+bool CNmeaGPRMC::IsValid(E_ValidParts parts) const
+{
+    return (m_dwValid & parts) == parts;
+}
+void CNmeaGPRMC::SetValid(E_ValidParts parts)
+{
+    m_dwValid |= parts;
+}
+
+CNmeaSentence::E_NMEAParseResult CNmeaGPRMC::Decode(CTokenArray const& tokens, int count)
+{
+    m_dwValid = 0;
+    auto field = [&tokens](int i) -> CString const& { return tokens.GetAt(i); };
+
+    if (count > 4 && !field(3).IsEmpty() && !field(4).IsEmpty())
+    {
+        m_dblLatitude = EvaluateDegrees(field(3).GetString());
+        if (field(4)[0] == 'S')
+            m_dblLatitude = -m_dblLatitude;
+        SetValid(eGPRMC_Latitude);
+    }
+    if (count > 6 && !field(5).IsEmpty() && !field(6).IsEmpty())
+    {
+        m_dblLongitude = EvaluateDegrees(field(5).GetString());
+        if (field(6)[0] == 'W')
+            m_dblLongitude = -m_dblLongitude;
+        SetValid(eGPRMC_Longitude);
+    }
+    if (count > 9 && !field(1).IsEmpty() && !field(9).IsEmpty() &&
+        nmea_fields::ReadTimeStamp(field(1), field(9), m_dtTimeStamp))
+        SetValid(eGPRMC_TimeStamp);
+    if (count > 2 && !field(2).IsEmpty())
+    {
+        m_cStatusIndicator = field(2)[0];
+        SetValid(eGPRMC_StatusIndicator);
+    }
+    if (count > 12 && !field(12).IsEmpty())
+    {
+        m_cModeIndicator = field(12)[0];
+        SetValid(eGPRMC_ModeIndicator);
+    }
+    int consumed = 0;
+    // Speed and course are read as far as they are numbers; a field that does not start with one
+    // is malformed and stays invalid.
+    if (count > 7 && !field(7).IsEmpty() &&
+        nmea_fields::ReadLeadingNumber(field(7).GetString(), m_dblSpeedInKnots, consumed))
+        SetValid(eGPRMC_SpeedInKnots);
+    if (count > 8 && !field(8).IsEmpty() &&
+        nmea_fields::ReadLeadingNumber(field(8).GetString(), m_dblCourse, consumed))
+        SetValid(eGPRMC_Course);
+    if (count >= 12 && !field(10).IsEmpty() && !field(11).IsEmpty() &&
+        nmea_fields::ReadLeadingNumber(field(10).GetString(), m_dblMagneticVariation, consumed))
+    {
+        // East is negative here, unlike latitude and longitude: the application corrects
+        // bearings by adding this value, so the device convention is kept as it is.
+        if (field(11)[0] == 'E')
+            m_dblMagneticVariation = -m_dblMagneticVariation;
+        SetValid(eGPRMC_MagneticVariation);
+    }
+    return eNMEAParseOK;
+}
+
+bool CNmeaGPRMC::GetTimeStamp(COleDateTime& timestamp) const
+{
+    if (!IsValid(eGPRMC_TimeStamp))
+        return false;
+    timestamp = m_dtTimeStamp;
+    return true;
+}
+
+bool CNmeaGPRMC::GetStatusIndicator(char& status) const
+{
+    if (!IsValid(eGPRMC_StatusIndicator))
+        return false;
+    status = m_cStatusIndicator;
+    return true;
+}
+
+bool CNmeaGPRMC::GetLatitude(double& latitude) const
+{
+    if (!IsValid(eGPRMC_Latitude))
+        return false;
+    latitude = m_dblLatitude;
+    return true;
+}
+
+bool CNmeaGPRMC::GetLongitude(double& longitude) const
+{
+    if (!IsValid(eGPRMC_Longitude))
+        return false;
+    longitude = m_dblLongitude;
+    return true;
+}
+
+bool CNmeaGPRMC::GetSpeedInKnots(double& knots) const
+{
+    if (!IsValid(eGPRMC_SpeedInKnots))
+        return false;
+    knots = m_dblSpeedInKnots;
+    return true;
+}
+
+bool CNmeaGPRMC::GetCourse(double& course) const
+{
+    if (!IsValid(eGPRMC_Course))
+        return false;
+    course = m_dblCourse;
+    return true;
+}
+
+bool CNmeaGPRMC::GetMagneticVariation(double& variation) const
+{
+    if (!IsValid(eGPRMC_MagneticVariation))
+        return false;
+    variation = m_dblMagneticVariation;
+    return true;
+}
+
+bool CNmeaGPRMC::GetModeIndicator(char& mode) const
+{
+    if (!IsValid(eGPRMC_ModeIndicator))
+        return false;
+    mode = m_cModeIndicator;
+    return true;
+}

@@ -1,0 +1,35 @@
+#pragma once
+
+// Field readers shared by the sentence decoders (private to the library).
+
+#include <shared/framework/COleDateTime.h>
+#include <shared/framework/CString.h>
+
+namespace nmea_fields
+{
+
+// A decimal number at the start of text, as strtod reads it but independent of the locale:
+// optional sign, digits with an optional point and exponent, or inf/nan. False when text does
+// not start with a number, or the number is beyond the range of double. consumed receives the
+// number of characters read.
+bool ReadLeadingNumber(char const* text, double& value, int& consumed);
+
+// A decimal number that must be the whole (non-empty) field.
+bool ReadWholeNumber(CString const& field, double& value);
+
+// An unsigned decimal number that must be the whole field; false also on overflow.
+bool ReadWholeUnsigned(CString const& field, unsigned long& value);
+
+// Exactly eight binary digits, the first being bit 7.
+bool ReadBinaryByte(CString const& field, unsigned char& value);
+
+} // namespace nmea_fields
+
+namespace nmea_fields
+{
+// A UTC time stamp from a time field hhmmss (anything after the seconds is ignored) and a date
+// field ddmmyy, the year taken as 2000 + yy. The characters are read as digits without checking
+// them, as EvaluateDigits does; a field shorter than six characters or an impossible date-time
+// gives false.
+bool ReadTimeStamp(CString const& time, CString const& date, COleDateTime& timestamp);
+} // namespace nmea_fields

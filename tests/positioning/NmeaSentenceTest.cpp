@@ -1,0 +1,305 @@
+#include <cstdio>
+#include <gtest/gtest.h>
+#include <memory>
+#include <shared/foundation/CTokenArray.h>
+#include <shared/positioning/CNmeaGPIOP.h>
+#include <shared/positioning/CNmeaGPLOG.h>
+#include <shared/positioning/CNmeaGPRMC.h>
+#include <string>
+
+namespace
+{
+using Result = CNmeaSentence::E_NMEAParseResult;
+
+// "$" + body + "*hh" with the checksum worked out here, independently of the library.
+std::string Framed(std::string const& body, bool lowerCase = false)
+{
+    unsigned char sum = 0;
+    for (char c : body)
+        sum ^= static_cast<unsigned char>(c);
+    char digits[3];
+    std::snprintf(digits, sizeof digits, lowerCase ? "%02x" : "%02X", sum);
+    return "$" + body + "*" + digits;
+}
+
+struct Decoded
+{
+    std::unique_ptr<CNmeaSentence> sentence;
+    Result result;
+};
+
+Decoded Decode(std::string const& text)
+{
+    Result result = static_cast<Result>(-1);
+    std::unique_ptr<CNmeaSentence> sentence(CNmeaSentence::Create(text.c_str(), result));
+    EXPECT_EQ(sentence != nullptr, result == CNmeaSentence::eNMEAParseOK) << text;
+    return {std::move(sentence), result};
+}
+
+template <typename T> T const& As(Decoded const& d)
+{
+    auto const* typed = dynamic_cast<T const*>(d.sentence.get());
+    EXPECT_NE(typed, nullptr);
+    return *typed;
+}
+
+// Exposes the protected helpers that the decoders are built from.
+class Probe : public CNmeaSentence
+{
+public:
+    using CNmeaSentence::EvaluateDegrees;
+    using CNmeaSentence::EvaluateDigits;
+    using CNmeaSentence::Tokenize;
+};
+} // namespace
+
+TEST(NmeaSentence, FrameFaultsHaveTheirOwnResults)
+{
+    EXPECT_EQ(Decode("").result, CNmeaSentence::eNMEATooShort);
+    EXPECT_EQ(Decode("ABC").result, CNmeaSentence::eNMEATooShort);
+    EXPECT_EQ(Decode("   $A*  ").result, CNmeaSentence::eNMEATooShort);
+    EXPECT_EQ(Decode("ABCD").result, CNmeaSentence::eNMEANoStartChar);
+    EXPECT_EQ(Decode("$ABCD").result, CNmeaSentence::eNMEANoChecksumField);
+    EXPECT_EQ(Decode("$AB*ZZ").result, CNmeaSentence::eNMEABadChecksum);
+    EXPECT_EQ(Decode("$AB*0").result, CNmeaSentence::eNMEANoChecksumField);
+    EXPECT_EQ(Decode("$AB*3G").result, CNmeaSentence::eNMEABadChecksum);
+    EXPECT_EQ(Decode("$AB* 3").result, CNmeaSentence::eNMEABadChecksum);
+    EXPECT_EQ(Decode("$AB*+3").result, CNmeaSentence::eNMEABadChecksum);
+    EXPECT_EQ(Decode("$AB*04").result, CNmeaSentence::eNMEABadChecksum); // A^B = 03
+    // A frame around nothing has no field at all.
+    EXPECT_EQ(Decode("$*00").result, CNmeaSentence::eNMEATooShort);
+    // Checksum right, type unknown.
+    EXPECT_EQ(Decode("$AB*03").result, CNmeaSentence::eNMEAUnknownSentence);
+    EXPECT_EQ(Decode(Framed("GPGGA,120000,5130.0,N,00007.5,W,1,08,1.0,59.3,M,48.2,M,,")).result,
+              CNmeaSentence::eNMEAUnknownSentence);
+    // The type word is compared exactly.
+    EXPECT_EQ(Decode(Framed("gprmc,,V,,,,,,,,,,N")).result, CNmeaSentence::eNMEAUnknownSentence);
+    EXPECT_EQ(Decode(Framed(" GPLOG,1")).result, CNmeaSentence::eNMEAParseOK); // token trimmed
+
+    Result result = CNmeaSentence::eNMEAParseOK;
+    EXPECT_EQ(CNmeaSentence::Create(nullptr, result), nullptr);
+    EXPECT_EQ(result, CNmeaSentence::eNMEATooShort);
+}
+
+TEST(NmeaSentence, SurroundingWhiteSpaceAndLowerCaseChecksumsAreAccepted)
+{
+    std::string const log = Framed("GPLOG,1,120000,010106");
+    Decoded d = Decode("  \t" + log + "\r\n");
+    ASSERT_EQ(d.result, CNmeaSentence::eNMEAParseOK);
+    auto const& gplog = As<CNmeaGPLOG>(d);
+    EXPECT_EQ(gplog.GetType(), CNmeaSentence::eNMEA_GPLOG);
+    CNmeaGPLOG::E_State state = CNmeaGPLOG::eGPLOG_State1;
+    ASSERT_TRUE(gplog.GetState(state));
+    EXPECT_EQ(state, CNmeaGPLOG::eGPLOG_State0); // the device's 1 is state 0
+    COleDateTime stamp;
+    ASSERT_TRUE(gplog.GetTimeStamp(stamp));
+    EXPECT_EQ(stamp, COleDateTime(2006, 1, 1, 12, 0, 0));
+
+    EXPECT_EQ(Decode(Framed("GPLOG,0,120000,010106", true)).result, CNmeaSentence::eNMEAParseOK);
+}
+
+TEST(NmeaSentence, ChecksumRulesSkipOneDollarAndStopAtTheFirstStar)
+{
+    EXPECT_EQ(CNmeaSentence::CheckSum(""), 0);
+    EXPECT_EQ(CNmeaSentence::CheckSum(nullptr), 0);
+    EXPECT_EQ(CNmeaSentence::CheckSum("$AB"), 0x03);
+    EXPECT_EQ(CNmeaSentence::CheckSum("AB"), 0x03);
+    EXPECT_EQ(CNmeaSentence::CheckSum("$$AB"), '$' ^ 0x03);
+    EXPECT_EQ(CNmeaSentence::CheckSum("AB*CD"), 0x03);
+
+    std::string const right = Framed("GPLOG,1");
+    EXPECT_EQ(std::string(CNmeaSentence::SetCheckSum("$GPLOG,1*00").GetString()), right);
+    EXPECT_EQ(std::string(CNmeaSentence::SetCheckSum("$GPLOG,1").GetString()), right);
+    EXPECT_EQ(std::string(CNmeaSentence::SetCheckSum("GPLOG,1").GetString()),
+              right.substr(1)); // no "$" is added
+    EXPECT_EQ(std::string(CNmeaSentence::SetCheckSum("").GetString()), "*00");
+
+    // Everything SetCheckSum writes is accepted by the decoder.
+    Decoded d = Decode(CNmeaSentence::SetCheckSum("$GPIOP,00000001,00000000,1,2,3").GetString());
+    EXPECT_EQ(d.result, CNmeaSentence::eNMEAParseOK);
+}
+
+TEST(NmeaSentence, RmcDecodesEveryField)
+{
+    Decoded d =
+        Decode(Framed("GPRMC,123519.25,A,5130.5000,S,00007.5000,W,022.4,084.4,230394,003.1,E,A"));
+    ASSERT_EQ(d.result, CNmeaSentence::eNMEAParseOK);
+    auto const& rmc = As<CNmeaGPRMC>(d);
+    EXPECT_EQ(rmc.GetType(), CNmeaSentence::eNMEA_GPRMC);
+    CString type;
+    rmc.GetTypeString(type);
+    EXPECT_STREQ(type, "GPRMC");
+    EXPECT_STREQ(CNmeaGPRMC::GetTypeString(), "GPRMC");
+    EXPECT_TRUE(rmc.IsValid(static_cast<CNmeaGPRMC::E_ValidParts>(255)));
+
+    COleDateTime stamp;
+    ASSERT_TRUE(rmc.GetTimeStamp(stamp));
+    EXPECT_EQ(stamp, COleDateTime(2094, 3, 23, 12, 35, 19)); // always 2000 + yy
+    char c = 0;
+    ASSERT_TRUE(rmc.GetStatusIndicator(c));
+    EXPECT_EQ(c, 'A');
+    ASSERT_TRUE(rmc.GetModeIndicator(c));
+    EXPECT_EQ(c, 'A');
+    double v = 0;
+    ASSERT_TRUE(rmc.GetLatitude(v));
+    EXPECT_NEAR(v, -51.508333333333333, 1e-12);
+    ASSERT_TRUE(rmc.GetLongitude(v));
+    EXPECT_NEAR(v, -0.125, 1e-12);
+    ASSERT_TRUE(rmc.GetSpeedInKnots(v));
+    EXPECT_DOUBLE_EQ(v, 22.4);
+    ASSERT_TRUE(rmc.GetCourse(v));
+    EXPECT_DOUBLE_EQ(v, 84.4);
+    ASSERT_TRUE(rmc.GetMagneticVariation(v));
+    EXPECT_DOUBLE_EQ(v, -3.1); // east is negative
+
+    // A copy keeps every value and bit.
+    CNmeaGPRMC copy(rmc);
+    EXPECT_TRUE(copy.IsValid(static_cast<CNmeaGPRMC::E_ValidParts>(255)));
+    ASSERT_TRUE(copy.GetLatitude(v));
+    EXPECT_NEAR(v, -51.508333333333333, 1e-12);
+}
+
+TEST(NmeaSentence, RmcWithoutFixHasOnlyStatusAndMode)
+{
+    Decoded d = Decode(Framed("GPRMC,,V,,,,,,,,,,N"));
+    ASSERT_EQ(d.result, CNmeaSentence::eNMEAParseOK);
+    auto const& rmc = As<CNmeaGPRMC>(d);
+    EXPECT_TRUE(rmc.IsValid(CNmeaGPRMC::eGPRMC_StatusIndicator | CNmeaGPRMC::eGPRMC_ModeIndicator));
+    for (auto bit : {CNmeaGPRMC::eGPRMC_TimeStamp, CNmeaGPRMC::eGPRMC_Latitude,
+                     CNmeaGPRMC::eGPRMC_Longitude, CNmeaGPRMC::eGPRMC_SpeedInKnots,
+                     CNmeaGPRMC::eGPRMC_Course, CNmeaGPRMC::eGPRMC_MagneticVariation})
+        EXPECT_FALSE(rmc.IsValid(bit)) << bit;
+    // Getters of invalid values leave their arguments alone.
+    double v = 42.0;
+    EXPECT_FALSE(rmc.GetLatitude(v));
+    EXPECT_FALSE(rmc.GetMagneticVariation(v));
+    COleDateTime stamp(2001, 2, 3, 4, 5, 6);
+    EXPECT_FALSE(rmc.GetTimeStamp(stamp));
+    EXPECT_EQ(v, 42.0);
+    EXPECT_EQ(stamp, COleDateTime(2001, 2, 3, 4, 5, 6));
+}
+
+TEST(NmeaSentence, RmcFieldRulesAndShortSentences)
+{
+    // Old receivers stop after the variation; fewer fields simply leave later values invalid.
+    Decoded d = Decode(Framed("GPRMC,235959,A,5130,N,00000.0,E,0,360,311299,,"));
+    ASSERT_EQ(d.result, CNmeaSentence::eNMEAParseOK);
+    auto const& rmc = As<CNmeaGPRMC>(d);
+    double v = 0;
+    ASSERT_TRUE(rmc.GetLatitude(v));
+    EXPECT_DOUBLE_EQ(v, 51.5); // no decimal point
+    ASSERT_TRUE(rmc.GetLongitude(v));
+    EXPECT_DOUBLE_EQ(v, 0.0);
+    COleDateTime stamp;
+    ASSERT_TRUE(rmc.GetTimeStamp(stamp));
+    EXPECT_EQ(stamp, COleDateTime(2099, 12, 31, 23, 59, 59));
+    EXPECT_FALSE(rmc.IsValid(CNmeaGPRMC::eGPRMC_MagneticVariation));
+    EXPECT_FALSE(rmc.IsValid(CNmeaGPRMC::eGPRMC_ModeIndicator));
+
+    // Impossible dates and times, short time fields and a missing date leave the time invalid.
+    for (char const* body :
+         {"GPRMC,120000,A,,,,,,,011306,,", "GPRMC,246000,A,,,,,,,010106,,",
+          "GPRMC,120000,A,,,,,,,300206,,", "GPRMC,1200,A,,,,,,,010106,,", "GPRMC,120000,A,,,,,,,,,",
+          "GPRMC,12a000,A,,,,,,,010106,,", "GPRMC,120000,A,,,,,,010106"})
+    {
+        Decoded bad = Decode(Framed(body));
+        ASSERT_EQ(bad.result, CNmeaSentence::eNMEAParseOK) << body;
+        EXPECT_FALSE(As<CNmeaGPRMC>(bad).IsValid(CNmeaGPRMC::eGPRMC_TimeStamp)) << body;
+    }
+
+    // A hemisphere is needed for each coordinate; speed and course need a number.
+    Decoded partial = Decode(Framed("GPRMC,120000,A,5130.0,,00007.5,W,fast,12.5deg,010106,,"));
+    ASSERT_EQ(partial.result, CNmeaSentence::eNMEAParseOK);
+    auto const& p = As<CNmeaGPRMC>(partial);
+    EXPECT_FALSE(p.IsValid(CNmeaGPRMC::eGPRMC_Latitude));
+    EXPECT_TRUE(p.IsValid(CNmeaGPRMC::eGPRMC_Longitude));
+    EXPECT_FALSE(p.IsValid(CNmeaGPRMC::eGPRMC_SpeedInKnots));
+    ASSERT_TRUE(p.GetCourse(v));
+    EXPECT_DOUBLE_EQ(v, 12.5); // trailing text ignored
+
+    // Just the type word is a sentence with nothing valid.
+    Decoded bare = Decode(Framed("GPRMC"));
+    ASSERT_EQ(bare.result, CNmeaSentence::eNMEAParseOK);
+    EXPECT_FALSE(As<CNmeaGPRMC>(bare).IsValid(CNmeaGPRMC::eGPRMC_StatusIndicator));
+}
+
+TEST(NmeaSentence, LogStateIsInvertedAndMustBeZeroOrOne)
+{
+    auto state = [](char const* field)
+    {
+        Decoded d = Decode(Framed(std::string("GPLOG,") + field + ",120000,010106"));
+        EXPECT_EQ(d.result, CNmeaSentence::eNMEAParseOK);
+        CNmeaGPLOG::E_State s = static_cast<CNmeaGPLOG::E_State>(7);
+        As<CNmeaGPLOG>(d).GetState(s);
+        return static_cast<int>(s);
+    };
+    EXPECT_EQ(state("0"), CNmeaGPLOG::eGPLOG_State1);
+    EXPECT_EQ(state("1"), CNmeaGPLOG::eGPLOG_State0);
+    EXPECT_EQ(state("2"), 7);
+    EXPECT_EQ(state("1x"), 7);
+    EXPECT_EQ(state("-1"), 7);
+    EXPECT_EQ(state(""), 7);
+    EXPECT_EQ(state("99999999999999999999999"), 7);
+
+    Decoded noTime = Decode(Framed("GPLOG,1,120000"));
+    ASSERT_EQ(noTime.result, CNmeaSentence::eNMEAParseOK);
+    EXPECT_FALSE(As<CNmeaGPLOG>(noTime).IsValid(CNmeaGPLOG::eGPLOG_TimeStamp));
+    EXPECT_TRUE(As<CNmeaGPLOG>(noTime).IsValid(CNmeaGPLOG::eGPLOG_State));
+}
+
+TEST(NmeaSentence, InputsOutputsAndAnalogueValues)
+{
+    Decoded d = Decode(Framed("GPIOP,00000101,10000000,1.25,-3,12.6"));
+    ASSERT_EQ(d.result, CNmeaSentence::eNMEAParseOK);
+    auto const& io = As<CNmeaGPIOP>(d);
+    EXPECT_EQ(io.GetType(), CNmeaSentence::eNMEA_GPIOP);
+    unsigned char bits = 0;
+    ASSERT_TRUE(io.GetActiveInputs(bits));
+    EXPECT_EQ(bits, 5);
+    ASSERT_TRUE(io.GetActiveOutputs(bits));
+    EXPECT_EQ(bits, 0x80);
+    double v = 0;
+    ASSERT_TRUE(io.GetAnalogInput1(v));
+    EXPECT_DOUBLE_EQ(v, 1.25);
+    ASSERT_TRUE(io.GetAnalogInput2(v));
+    EXPECT_DOUBLE_EQ(v, -3.0);
+    ASSERT_TRUE(io.GetBatteryVoltage(v));
+    EXPECT_DOUBLE_EQ(v, 12.6);
+
+    Decoded bad = Decode(Framed("GPIOP,0000101,000000001,1.2V,,12.6 "));
+    ASSERT_EQ(bad.result, CNmeaSentence::eNMEAParseOK);
+    auto const& b = As<CNmeaGPIOP>(bad);
+    EXPECT_FALSE(b.IsValid(CNmeaGPIOP::eGPIOP_ActiveInputs));  // 7 digits
+    EXPECT_FALSE(b.IsValid(CNmeaGPIOP::eGPIOP_ActiveOutputs)); // 9 digits
+    EXPECT_FALSE(b.IsValid(CNmeaGPIOP::eGPIOP_AnalogInput1));  // not a whole number
+    EXPECT_FALSE(b.IsValid(CNmeaGPIOP::eGPIOP_AnalogInput2));  // empty
+    EXPECT_TRUE(b.IsValid(CNmeaGPIOP::eGPIOP_BatteryVoltage)); // trimmed
+
+    Decoded notBinary = Decode(Framed("GPIOP,00000201,0000000x,1,2"));
+    ASSERT_EQ(notBinary.result, CNmeaSentence::eNMEAParseOK);
+    EXPECT_FALSE(As<CNmeaGPIOP>(notBinary).IsValid(CNmeaGPIOP::eGPIOP_ActiveInputs));
+    EXPECT_FALSE(As<CNmeaGPIOP>(notBinary).IsValid(CNmeaGPIOP::eGPIOP_ActiveOutputs));
+    EXPECT_FALSE(As<CNmeaGPIOP>(notBinary).IsValid(CNmeaGPIOP::eGPIOP_BatteryVoltage));
+    EXPECT_TRUE(As<CNmeaGPIOP>(notBinary).IsValid(CNmeaGPIOP::eGPIOP_AnalogInput2));
+}
+
+TEST(NmeaSentence, NumberHelpers)
+{
+    EXPECT_EQ(Probe::EvaluateDigits("1234", 0), 0);
+    EXPECT_EQ(Probe::EvaluateDigits("1234", 3), 123);
+    EXPECT_EQ(Probe::EvaluateDigits("1:", 2), 20); // no digit check: ':' counts as 10
+    EXPECT_DOUBLE_EQ(Probe::EvaluateDegrees("5130.5000"), 51.508333333333333);
+    EXPECT_DOUBLE_EQ(Probe::EvaluateDegrees("00007.5"), 0.125);
+    EXPECT_DOUBLE_EQ(Probe::EvaluateDegrees("5130"), 51.5);
+    EXPECT_DOUBLE_EQ(Probe::EvaluateDegrees("30"), 0.5);
+    // Fewer than two characters before the point: minutes only, nothing read before the text.
+    EXPECT_DOUBLE_EQ(Probe::EvaluateDegrees("6.0"), 0.1);
+    EXPECT_DOUBLE_EQ(Probe::EvaluateDegrees(""), 0.0);
+
+    CTokenArray tokens;
+    EXPECT_EQ(Probe::Tokenize(Framed("GPLOG,,1,").c_str(), tokens), CNmeaSentence::eNMEAParseOK);
+    ASSERT_EQ(tokens.GetSize(), 4);
+    EXPECT_STREQ(tokens[1], "");
+    EXPECT_STREQ(tokens[2], "1");
+    EXPECT_STREQ(tokens[3], "");
+}

@@ -1,0 +1,284 @@
+#include <cmath>
+#include <gtest/gtest.h>
+#include <limits>
+#include <shared/positioning/NWardenMetrics.h>
+#include <string>
+
+namespace NW = NWardenMetrics;
+
+namespace
+{
+std::string S(CString const& s)
+{
+    return s.GetString();
+}
+} // namespace
+
+TEST(WardenMetrics, DeviceScalesTruncateTowardZero)
+{
+    EXPECT_DOUBLE_EQ(NW::CorrectLongLatScale(515000000), 5.15);
+    EXPECT_EQ(NW::InvertLongLatScale(-0.000000019), -1);
+    EXPECT_EQ(NW::InvertLongLatScale(0.000000019), 1);
+    EXPECT_EQ(NW::InvertLongLatScale(21.0), 2100000000);
+    EXPECT_DOUBLE_EQ(NW::CorrectDOPScale(-150), -1.5);
+    EXPECT_EQ(NW::InvertDOPScale(1.239), 123);
+    EXPECT_EQ(NW::InvertDOPScale(-1.239), -123);
+    EXPECT_DOUBLE_EQ(NW::CorrectSpeedScale(65535), 655.35);
+    EXPECT_EQ(NW::InvertSpeedScale(12.349), 1234);
+    EXPECT_DOUBLE_EQ(NW::CorrectCourseScale(12345), 12.345);
+    EXPECT_EQ(NW::InvertCourseScale(12.3459), 12345);
+}
+
+TEST(WardenMetrics, DeviceScalesOfValuesThatDoNotFitAreDefined)
+{
+    // 180 degrees does not fit the device's 32-bit field: the x86 "integer indefinite" comes out.
+    EXPECT_EQ(NW::InvertLongLatScale(180.0), std::numeric_limits<std::int32_t>::min());
+    EXPECT_EQ(NW::InvertLongLatScale(std::numeric_limits<double>::quiet_NaN()),
+              std::numeric_limits<std::int32_t>::min());
+    // 16-bit fields keep the low bits of the 32-bit conversion.
+    EXPECT_EQ(NW::InvertSpeedScale(655.36), 0);
+    EXPECT_EQ(NW::InvertSpeedScale(-0.01), 65535);
+    EXPECT_EQ(NW::InvertDOPScale(1e12), 0);
+}
+
+TEST(WardenMetrics, SpeedConversionsPassNegativeMarkers)
+{
+    EXPECT_DOUBLE_EQ(NW::MetresPerSecondToKph(10.0), 36.0);
+    EXPECT_DOUBLE_EQ(NW::MetresPerSecondToKph(-1.0), -1.0);
+    EXPECT_DOUBLE_EQ(NW::MetresPerSecondToMph(1.0), 3600.0 / 1609.269392);
+    EXPECT_DOUBLE_EQ(NW::MetresPerSecondToMph(-2.0), -2.0);
+    EXPECT_DOUBLE_EQ(NW::MetresPerSecondToKnots(0.514444), 1.0);
+    EXPECT_DOUBLE_EQ(NW::MetresPerSecondToKnots(-3.0), -3.0);
+    EXPECT_DOUBLE_EQ(NW::KnotsToMetresPerSecond(10.0), 5.14444);
+    EXPECT_DOUBLE_EQ(NW::KnotsToMetresPerSecond(-1.0), -1.0);
+    EXPECT_DOUBLE_EQ(NW::KphToMetresPerSecond(-36.0), -10.0);
+    EXPECT_DOUBLE_EQ(NW::ConvertKph2Mph(1.609269392), 1.0);
+    EXPECT_DOUBLE_EQ(NW::ConvertKph2Knots(1.609269392), 1.0 / 1.1507575757575759);
+    EXPECT_DOUBLE_EQ(NW::GetSpeed(100.0, 4.0), 25.0);
+    EXPECT_DOUBLE_EQ(NW::GetSpeed(100.0, 0.0), -1.0);
+}
+
+TEST(WardenMetrics, DistanceVolumeAndFuel)
+{
+    // The device software's statute mile: 1.609269392 km.
+    EXPECT_DOUBLE_EQ(NW::ConvertMetricDistance(1.609269392, false), 1.0);
+    EXPECT_DOUBLE_EQ(NW::ConvertMetricDistance(5.0, true), 5.0);
+    EXPECT_DOUBLE_EQ(NW::ConvertMetricDistance(-5.0, false), -5.0);
+    EXPECT_DOUBLE_EQ(NW::ConvertMetricFuelConsumption(10.0, true), 10.0);
+    EXPECT_NEAR(NW::ConvertMetricFuelConsumption(10.0, false), 28.246, 0.001);
+    EXPECT_DOUBLE_EQ(NW::ConvertMetricFuelConsumption(0.0, false), 0.0);
+    EXPECT_DOUBLE_EQ(NW::ConvertMetricFuelVolume(10.0, false), 2.2);
+    EXPECT_DOUBLE_EQ(NW::ConvertMetricFuelVolume(-1.0, false), -1.0);
+    EXPECT_DOUBLE_EQ(NW::GetLitresPer100KmFuelEconomy(5.0, 50.0), 10.0);
+    EXPECT_DOUBLE_EQ(NW::GetLitresPer100KmFuelEconomy(-1.0, 50.0), -1.0);
+    EXPECT_DOUBLE_EQ(NW::GetLitresPer100KmFuelEconomy(5.0, 0.0), -1.0);
+    EXPECT_NEAR(NW::ConvertLitresPer100KmToMilesPerUSGallon(10.0), 23.52, 0.01);
+    EXPECT_NEAR(NW::ConvertLitresPer100KmToMilesPerImpGallon(10.0), 28.246, 0.001);
+    EXPECT_DOUBLE_EQ(NW::ConvertLitresPer100KmToMilesPerImpGallon(0.0), -1.0);
+    EXPECT_DOUBLE_EQ(NW::ConvertLitresToImpGallons(10.0), 2.2);
+    EXPECT_DOUBLE_EQ(NW::ConvertLitresToUSGallons(10.0), 2.642);
+    EXPECT_DOUBLE_EQ(NW::ConvertLitresToUSGallons(-0.5), -1.0);
+    EXPECT_DOUBLE_EQ(NW::ConvertKmToImperialMiles(1.609269392), 1.0);
+    EXPECT_NEAR(NW::ConvertKmToNauticalMiles(1.852), 1.0, 0.0001);
+    EXPECT_DOUBLE_EQ(NW::ConvertImperialMilesToKm(2.0), 3.218538784);
+    EXPECT_DOUBLE_EQ(NW::ConvertImperialMilesToKm(-2.0), -1.0);
+}
+
+TEST(WardenMetrics, TemperaturesKeepDeviceMarkers)
+{
+    EXPECT_DOUBLE_EQ(NW::ConvertKelvinToCelsius(273.15), 0.0);
+    EXPECT_DOUBLE_EQ(NW::ConvertKelvinToCelsius(-2000.0), -2000.0);
+    EXPECT_DOUBLE_EQ(NW::ConvertKelvinToCelsius(-4000.0), -4000.0);
+    EXPECT_DOUBLE_EQ(NW::ConvertKelvinToCelsius(-5.0), -1000.0);
+    EXPECT_NEAR(NW::ConvertKelvinToFahrenheit(273.15), 32.0, 1e-9);
+    EXPECT_DOUBLE_EQ(NW::ConvertKelvinToFahrenheit(-3000.0), -3000.0);
+    EXPECT_DOUBLE_EQ(NW::ConvertKelvinToFahrenheit(-1.0), -1000.0);
+    EXPECT_DOUBLE_EQ(NW::ConvertCelsiusToKelvin(20.0), 293.15);
+    EXPECT_DOUBLE_EQ(NW::ConvertCelsiusToKelvin(-300.0), -1000.0);
+    EXPECT_NEAR(NW::ConvertFahrenheitToKelvin(32.0), 273.15, 1e-9);
+    EXPECT_DOUBLE_EQ(NW::ConvertFahrenheitToKelvin(-500.0), -1000.0);
+    EXPECT_DOUBLE_EQ(NW::ConvertFromKelvin(300.0, NW::eCelsius), 300.0 - 273.15);
+    EXPECT_DOUBLE_EQ(NW::ConvertFromKelvin(300.0, NW::eFahrenheit), 1.8 * 300.0 - 459.67);
+    EXPECT_DOUBLE_EQ(NW::ConvertFromKelvin(300.0, static_cast<NW::E_TemperatureUnits>(0)), 300.0);
+}
+
+TEST(WardenMetrics, DistanceAndBearing)
+{
+    double bearing = -1;
+    // Across the 180th meridian the short way is taken.
+    EXPECT_NEAR(NW::GetDistance(179.0, 0.0, -179.0, 0.0, bearing, NW::eFlatEarth, true), 222.6,
+                0.1);
+    EXPECT_NEAR(bearing, 90.0, 1e-9); // eastward across the meridian
+    EXPECT_NEAR(NW::GetDistance(-179.0, 0.0, 179.0, 0.0, bearing, NW::eHaversine, true), 222.6,
+                0.1);
+    EXPECT_NEAR(bearing, 270.0, 1e-9);
+
+    // One degree of latitude on the device's 6378 km sphere, by all three methods.
+    for (auto type : {NW::eFlatEarth, NW::eSphericalCosine, NW::eHaversine})
+    {
+        EXPECT_NEAR(NW::GetDistance(0.0, 51.0, 0.0, 52.0, bearing, type, true), 111.317, 0.001)
+            << type;
+        EXPECT_NEAR(bearing, 0.0, 1e-9);
+    }
+    EXPECT_NEAR(NW::GetDistance(0.0, 52.0, 0.0, 51.0, bearing, NW::eHaversine, false),
+                111.317 / 1.609269392, 0.001);
+    EXPECT_NEAR(bearing, 180.0, 1e-9);
+    EXPECT_DOUBLE_EQ(
+        NW::GetDistance(0.0, 52.0, 0.0, 51.0, bearing, static_cast<NW::eDistanceCalcType>(5), true),
+        0.0);
+
+    // Quadrants: the bearing comes from the flat angle.
+    NW::GetDistance(0.0, 0.0, 1.0, 1.0, bearing, NW::eFlatEarth, true);
+    EXPECT_NEAR(bearing, 45.0, 0.01);
+    NW::GetDistance(0.0, 0.0, 1.0, -1.0, bearing, NW::eFlatEarth, true);
+    EXPECT_NEAR(bearing, 135.0, 0.01);
+    NW::GetDistance(0.0, 0.0, -1.0, -1.0, bearing, NW::eFlatEarth, true);
+    EXPECT_NEAR(bearing, 225.0, 0.01);
+    NW::GetDistance(0.0, 0.0, -1.0, 1.0, bearing, NW::eFlatEarth, true);
+    EXPECT_NEAR(bearing, 315.0, 0.01);
+
+    // The same point: no distance and a defined bearing.
+    EXPECT_DOUBLE_EQ(NW::GetDistance(1.0, 51.0, 1.0, 51.0, bearing, NW::eSphericalCosine, true),
+                     0.0);
+    EXPECT_DOUBLE_EQ(bearing, 0.0);
+}
+
+TEST(WardenMetrics, OffsetPositionWrapsWithoutMirroring)
+{
+    double lat = 0;
+    double lon = 0;
+    double const degreesPerMetre = 0.36 / (2 * 3.141592653589793 * 6378.0);
+    NW::OffsetPosition(51.0, -1.0, 1000.0, 0.0, lat, lon);
+    EXPECT_DOUBLE_EQ(lat, 51.0 + 1000.0 * degreesPerMetre);
+    EXPECT_DOUBLE_EQ(lon, -1.0);
+    NW::OffsetPosition(60.0, 0.0, 0.0, 1000.0, lat, lon);
+    EXPECT_NEAR(lon, 2 * 1000.0 * degreesPerMetre, 1e-12); // cos 60 = 0.5
+    // Past the pole by one degree: shifted by 180, not mirrored.
+    NW::OffsetPosition(89.5, 0.0, 1.0 / degreesPerMetre, 0.0, lat, lon);
+    EXPECT_NEAR(lat, -89.5, 1e-9);
+    NW::OffsetPosition(0.0, 179.5, 0.0, 1.0 / degreesPerMetre, lat, lon);
+    EXPECT_NEAR(lon, -179.5, 1e-9);
+    // Absurd offsets end, and stay in range.
+    NW::OffsetPosition(0.0, 0.0, 1e300, 1e300, lat, lon);
+    EXPECT_LE(std::fabs(lat), 90.0);
+    EXPECT_LE(std::fabs(lon), 180.0);
+}
+
+TEST(WardenMetrics, DisplayAndBenefonText)
+{
+    // 51 deg 30 min 15.55 s: seconds and tenths are truncated.
+    double const lat = 51.0 + 30.0 / 60 + 15.55 / 3600;
+    EXPECT_EQ(S(NW::DegreesToString(lat)), "051\xB0 30' 15\"");
+    EXPECT_EQ(S(NW::LatitudeToString(lat)), "051\xB0 30' 15\" N");
+    EXPECT_EQ(S(NW::LatitudeToString(-lat)), "051\xB0 30' 15\" S");
+    EXPECT_EQ(S(NW::LongitudeToString(-0.125)), "000\xB0 07' 30\" W");
+    EXPECT_EQ(S(NW::LongitudeToString(0.0)), "000\xB0 00' 00\" E");
+    EXPECT_EQ(S(NW::LatitudeToBenefonString(lat)), "N51.30.15,5");
+    EXPECT_EQ(S(NW::LatitudeToBenefonString(-lat)), "S51.30.15,5");
+    EXPECT_EQ(S(NW::LongitudeToBenefonString(-0.125)), "W000.07.30,0");
+    EXPECT_EQ(S(NW::LongitudeToBenefonString(179.5)), "E179.30.00,0");
+}
+
+TEST(WardenMetrics, NmeaTextCarriesTheHemisphereInTheSign)
+{
+    EXPECT_EQ(S(NW::LatitudeToNMEAString(51.5)), "5130.000000");
+    EXPECT_EQ(S(NW::LatitudeToNMEAString(-0.5)), "-0030.000000");
+    EXPECT_EQ(S(NW::LatitudeToNMEAString(91.0)), "-8900.000000");
+    EXPECT_EQ(S(NW::LongitudeToNMEAString(181.0)), "-17900.000000");
+    EXPECT_EQ(S(NW::LongitudeToNMEAString(-1.25)), "-00115.000000");
+    EXPECT_EQ(S(NW::LongitudeToNMEAString(7.0)), "00700.000000");
+}
+
+TEST(WardenMetrics, CompassWordsUseTheOffsetSectors)
+{
+    EXPECT_EQ(S(NW::GetCardinalFromCourse(0.0)), "N");
+    EXPECT_EQ(S(NW::GetCardinalFromCourse(10.3)), "NNE");
+    EXPECT_EQ(S(NW::GetCardinalFromCourse(10.2)), "N");
+    EXPECT_EQ(S(NW::GetCardinalFromCourse(-12.0)), "N");
+    EXPECT_EQ(S(NW::GetCardinalFromCourse(90.0)), "E");
+    EXPECT_EQ(S(NW::GetCardinalFromCourse(180.0)), "S");
+    EXPECT_EQ(S(NW::GetCardinalFromCourse(270.0)), "W");
+    EXPECT_EQ(S(NW::GetCardinalFromCourse(347.0)), "NNW");
+    EXPECT_EQ(S(NW::GetCardinalFromCourse(348.0)), "N");
+    EXPECT_EQ(S(NW::GetCardinalFromCourse(720.0)), "N");
+    EXPECT_EQ(S(NW::GetCardinalFromCourse(std::numeric_limits<double>::quiet_NaN())), "N");
+}
+
+TEST(WardenMetrics, ParseLatLongAcceptsTheUsualForms)
+{
+    double v = 0;
+    EXPECT_EQ(NW::ParseLatitude("51 30 15.5 N", v), NW::eParseLatLongOK);
+    EXPECT_NEAR(v, 51.504305555555555, 1e-12);
+    EXPECT_EQ(NW::ParseLatitude("N 51.5", v), NW::eParseLatLongOK);
+    EXPECT_DOUBLE_EQ(v, 51.5);
+    EXPECT_EQ(NW::ParseLatitude("s51 30", v), NW::eParseLatLongOK);
+    EXPECT_DOUBLE_EQ(v, -51.5);
+    EXPECT_EQ(NW::ParseLatitude("-51:30.5", v), NW::eParseLatLongOK);
+    EXPECT_NEAR(v, -(51 + 30.5 / 60), 1e-12);
+    EXPECT_EQ(NW::ParseLongitude("0\xB0 07' 30\" W", v), NW::eParseLatLongOK);
+    EXPECT_DOUBLE_EQ(v, -0.125);
+    EXPECT_EQ(NW::ParseLongitude("  +179  ", v), NW::eParseLatLongOK);
+    EXPECT_DOUBLE_EQ(v, 179.0);
+    EXPECT_EQ(NW::ParseLongitude("e1.5", v), NW::eParseLatLongOK);
+    EXPECT_DOUBLE_EQ(v, 1.5);
+    EXPECT_EQ(NW::ParseLatitude("90", v), NW::eParseLatLongOK);
+    EXPECT_EQ(NW::ParseLatitude("51.5.", v), NW::eParseLatLongOK); // trailing non-digits go
+}
+
+TEST(WardenMetrics, ParseLatLongNamesEachFault)
+{
+    double v = 12345.0;
+    EXPECT_EQ(NW::ParseLatitude("", v), NW::eParseLatLongEmpty);
+    EXPECT_EQ(NW::ParseLatitude("   ", v), NW::eParseLatLongEmpty);
+    EXPECT_EQ(NW::ParseLatitude("N", v), NW::eParseLatLongEmpty);
+    EXPECT_EQ(NW::ParseLatitude("x51", v), NW::eParseLatLongBadPrefix);
+    EXPECT_EQ(NW::ParseLatitude("N x51", v), NW::eParseLatLongNoDegrees);
+    EXPECT_EQ(NW::ParseLatitude("51.5x5", v), NW::eParseLatLongBadDegreeFraction);
+    EXPECT_EQ(NW::ParseLatitude("51 60", v), NW::eParseLatLongBadMinutes);
+    EXPECT_EQ(NW::ParseLatitude("51 30.x5", v), NW::eParseLatLongBadMinutes);
+    EXPECT_EQ(NW::ParseLatitude("51 30 60", v), NW::eParseLatLongBadSeconds);
+    EXPECT_EQ(NW::ParseLatitude("51 30 1.x5", v), NW::eParseLatLongBadSecondFraction);
+    EXPECT_EQ(NW::ParseLatitude("51 30 15x5", v), NW::eParseLatLongTrailingText);
+    EXPECT_EQ(NW::ParseLatitude("91", v), NW::eParseLatLongLatitudeRange);
+    EXPECT_EQ(NW::ParseLatitude("-90 0 1", v), NW::eParseLatLongLatitudeRange);
+    EXPECT_EQ(NW::ParseLongitude("180.5", v), NW::eParseLatLongLongitudeRange);
+    EXPECT_EQ(NW::ParseLatitude("E51", v), NW::eParseLatLongEastWestForLatitude);
+    EXPECT_EQ(NW::ParseLatitude("51 W", v), NW::eParseLatLongEastWestForLatitude);
+    EXPECT_EQ(NW::ParseLongitude("1 S", v), NW::eParseLatLongNorthSouthForLongitude);
+    EXPECT_EQ(NW::ParseLatitude("99999999999999999999999999999999999", v),
+              NW::eParseLatLongLatitudeRange);
+    EXPECT_EQ(v, 12345.0) << "a failed parse must not write the result";
+}
+
+TEST(WardenMetrics, UpdateNmeaChecksumRewritesTheDigitsInPlace)
+{
+    CString sentence = "$GPLOG,1*00\r\n";
+    ASSERT_TRUE(NW::UpdateNMEAChecksum(sentence));
+    // G^P^L^O^G^,^1 = 0x0C... computed independently below.
+    unsigned char sum = 0;
+    for (char c : std::string("GPLOG,1"))
+        sum ^= static_cast<unsigned char>(c);
+    char expected[32];
+    std::snprintf(expected, sizeof expected, "$GPLOG,1*%02X\r\n", sum);
+    EXPECT_EQ(S(sentence), expected);
+
+    for (char const* bad : {"GPLOG,1*00", "$GPLOG,1", "$A*00", "$GPLOG*0", "*00$GPLOG", ""})
+    {
+        CString text = bad;
+        EXPECT_FALSE(NW::UpdateNMEAChecksum(text)) << bad;
+        EXPECT_EQ(S(text), bad);
+    }
+    CString minimal = "$AB*zz";
+    EXPECT_TRUE(NW::UpdateNMEAChecksum(minimal));
+    EXPECT_EQ(S(minimal), "$AB*03");
+}
+
+TEST(WardenMetrics, GridReferenceExtent)
+{
+    EXPECT_TRUE(NW::IsGridReferenceInUK(1, 1));
+    EXPECT_TRUE(NW::IsGridReferenceInUK(1299999, 799999));
+    EXPECT_FALSE(NW::IsGridReferenceInUK(0, 400000));
+    EXPECT_FALSE(NW::IsGridReferenceInUK(1300000, 400000));
+    EXPECT_FALSE(NW::IsGridReferenceInUK(400000, 800000));
+    EXPECT_FALSE(NW::IsGridReferenceInUK(400000, -5));
+}
