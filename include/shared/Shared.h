@@ -10,6 +10,8 @@
 #include <shared/framework/CFile.h>
 #include <shared/framework/CStdioFile.h>
 #include <shared/framework/CList.h>
+#include <shared/framework/COleDateTime.h>
+#include <shared/framework/COleDateTimeSpan.h>
 #include <shared/framework/CObject.h>
 #include <shared/framework/CRuntimeClass.h>
 #include <shared/framework/CString.h>

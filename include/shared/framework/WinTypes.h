@@ -121,3 +121,9 @@ using LPSYSTEMTIME = SYSTEMTIME*;
 #define MB_ICONEXCLAMATION 0x00000030L
 #define MB_ICONINFORMATION 0x00000040L
 #endif
+
+// Locale identifiers, accepted where MFC takes them; the library formats one way regardless.
+using LCID = DWORD;
+#ifndef LANG_USER_DEFAULT
+#define LANG_USER_DEFAULT 0x0400
+#endif

@@ -1,0 +1,430 @@
+#include <cmath>
+#include <shared/framework/COleDateTime.h>
+#include <shared/platform/SystemTime.h>
+#include <string>
+
+namespace
+{
+
+// Day numbers (days since 1899-12-30) of the first and last representable dates, 0100-01-01 and
+// 9999-12-31: the limits of the OLE automation date.
+constexpr long kMinDay = -657434;
+constexpr long kMaxDay = 2958465;
+
+// Half a second in days: breaking down rounds to the nearest second.
+constexpr double kHalfSecond = 1.0 / 172800.0;
+
+constexpr double kSecondsPerDay = 86400.0;
+
+const char* const kInvalidText = "Invalid DateTime";
+
+struct Parts
+{
+    int year;
+    int month;
+    int day;
+    int hour;
+    int minute;
+    int second;
+    int dayOfWeek; // 1 = Sunday
+    int dayOfYear; // 1 = 1 January
+};
+
+bool IsLeap(long y)
+{
+    return (y % 4 == 0 && y % 100 != 0) || y % 400 == 0;
+}
+
+int DaysInMonth(int y, int m)
+{
+    static constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    return m == 2 && IsLeap(y) ? 29 : kDays[m - 1];
+}
+
+// Days since 1899-12-30 of a Gregorian date with a positive year, and back (H. Hinnant's civil
+// calendar algorithms, shifted from 1970-01-01, which is day 25569).
+long DayFromCivil(long y, int m, int d)
+{
+    y -= m <= 2 ? 1 : 0;
+    const long era = y / 400; // y >= 99 here, so truncation is floor
+    const long yoe = y - era * 400;
+    const long doy = (153L * (m > 2 ? m - 3 : m + 9) + 2) / 5 + d - 1;
+    const long doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
+    return era * 146097 + doe - 719468 + 25569;
+}
+
+void CivilFromDay(long day, int& y, int& m, int& d)
+{
+    const long z = day - 25569 + 719468; // positive for every representable date
+    const long era = z / 146097;
+    const long doe = z - era * 146097;
+    const long yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
+    const long doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
+    const long mp = (5 * doy + 2) / 153;
+    d = static_cast<int>(doy - (153 * mp + 2) / 5 + 1);
+    m = static_cast<int>(mp < 10 ? mp + 3 : mp - 9);
+    y = static_cast<int>(yoe + era * 400 + (m <= 2 ? 1 : 0));
+}
+
+// Encodes a checked date and a time of day (in seconds, fractions allowed) as a DATE: before
+// 1899-12-30 the time of day is subtracted, so the fraction still reads as time after midnight.
+bool EncodeDate(int y, int mo, int d, int h, int mi, int s, double extraSeconds, DATE& out)
+{
+    if (y < 100 || y > 9999 || mo < 1 || mo > 12 || d < 1 || d > DaysInMonth(y, mo) || h < 0 ||
+        h > 23 || mi < 0 || mi > 59 || s < 0 || s > 59)
+    {
+        return false;
+    }
+    const long day = DayFromCivil(y, mo, d);
+    const double time = ((h * 60 + mi) * 60 + s + extraSeconds) / kSecondsPerDay;
+    out = static_cast<double>(day) + (day >= 0 ? time : -time);
+    return true;
+}
+
+// Breaks a DATE down to the nearest second, in MFC's way: half a second is added away from zero,
+// the day is the result truncated toward zero, and the time of day is the fraction of its
+// magnitude. Consequence kept deliberately: a negative value within half a second of the next
+// midnight, such as -1.999999, rounds to midnight of the same day's start (1899-12-28 00:00)
+// rather than to the next day, exactly as the framework reads the same stored value.
+bool DecodeDate(DATE dt, Parts& p)
+{
+    if (!(dt > static_cast<double>(kMinDay) - 1.0 && dt < static_cast<double>(kMaxDay) + 1.0))
+    {
+        return false; // also rejects NaN
+    }
+    const double rounded = dt + (dt > 0.0 ? kHalfSecond : -kHalfSecond);
+    const long day = static_cast<long>(rounded); // toward zero
+    if (day < kMinDay || day > kMaxDay)
+    {
+        return false;
+    }
+    const double magnitude = std::fabs(rounded);
+    long seconds = static_cast<long>((magnitude - std::floor(magnitude)) * kSecondsPerDay);
+    if (seconds > 86399)
+    {
+        seconds = 86399;
+    }
+    CivilFromDay(day, p.year, p.month, p.day);
+    p.hour = static_cast<int>(seconds / 3600);
+    p.minute = static_cast<int>(seconds / 60 % 60);
+    p.second = static_cast<int>(seconds % 60);
+    // Day 0 (1899-12-30) was a Saturday.
+    p.dayOfWeek = static_cast<int>(((day % 7) + 7 + 6) % 7) + 1;
+    p.dayOfYear = static_cast<int>(day - DayFromCivil(p.year, 1, 1)) + 1;
+    return true;
+}
+
+// A continuous day count: negative DATEs count their fraction forward from the day's start, so
+// -1.25 (1899-12-29 06:00) becomes -0.75. Positive values are unchanged.
+double LinearFromDate(DATE dt)
+{
+    if (dt >= 0.0)
+    {
+        return dt;
+    }
+    const double day = std::ceil(dt);
+    return day - (dt - day);
+}
+
+DATE DateFromLinear(double value)
+{
+    if (value >= 0.0)
+    {
+        return value;
+    }
+    const double day = std::floor(value);
+    return day + (day - value);
+}
+
+bool InRange(DATE dt)
+{
+    return dt > static_cast<double>(kMinDay) - 1.0 && dt < static_cast<double>(kMaxDay) + 1.0;
+}
+
+} // namespace
+
+COleDateTime WINAPI COleDateTime::GetCurrentTime()
+{
+    SYSTEMTIME now = shared::platform::GetLocalTime();
+    now.wMilliseconds = 0; // the framework's clock for this is whole seconds
+    return COleDateTime(now);
+}
+
+COleDateTime::COleDateTime(std::time_t timeSrc) noexcept
+{
+    *this = timeSrc;
+}
+
+COleDateTime::COleDateTime(const SYSTEMTIME& systimeSrc) noexcept
+{
+    *this = systimeSrc;
+}
+
+COleDateTime::COleDateTime(int nYear, int nMonth, int nDay, int nHour, int nMin, int nSec) noexcept
+{
+    SetDateTime(nYear, nMonth, nDay, nHour, nMin, nSec);
+}
+
+COleDateTime& COleDateTime::operator=(DATE dtSrc) noexcept
+{
+    m_dt = dtSrc;
+    m_status = valid;
+    return *this;
+}
+
+COleDateTime& COleDateTime::operator=(const std::time_t& timeSrc) noexcept
+{
+    std::tm local{};
+    if (::localtime_r(&timeSrc, &local) == nullptr)
+    {
+        m_dt = 0.0;
+        m_status = invalid;
+        return *this;
+    }
+    SetDateTime(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min,
+                // a leap second (60) reads as the last second of the minute
+                local.tm_sec > 59 ? 59 : local.tm_sec);
+    return *this;
+}
+
+COleDateTime& COleDateTime::operator=(const SYSTEMTIME& systimeSrc) noexcept
+{
+    if (systimeSrc.wMilliseconds > 999 ||
+        !EncodeDate(systimeSrc.wYear, systimeSrc.wMonth, systimeSrc.wDay, systimeSrc.wHour,
+                    systimeSrc.wMinute, systimeSrc.wSecond, systimeSrc.wMilliseconds / 1000.0,
+                    m_dt))
+    {
+        m_dt = 0.0;
+        m_status = invalid;
+        return *this;
+    }
+    m_status = valid;
+    return *this;
+}
+
+bool COleDateTime::GetAsSystemTime(SYSTEMTIME& sysTime) const noexcept
+{
+    Parts p{};
+    if (m_status != valid || !DecodeDate(m_dt, p))
+    {
+        return false;
+    }
+    sysTime.wYear = static_cast<WORD>(p.year);
+    sysTime.wMonth = static_cast<WORD>(p.month);
+    sysTime.wDayOfWeek = static_cast<WORD>(p.dayOfWeek - 1);
+    sysTime.wDay = static_cast<WORD>(p.day);
+    sysTime.wHour = static_cast<WORD>(p.hour);
+    sysTime.wMinute = static_cast<WORD>(p.minute);
+    sysTime.wSecond = static_cast<WORD>(p.second);
+    sysTime.wMilliseconds = 0;
+    return true;
+}
+
+#define SHARED_OLEDATE_PART(name, field)                                                           \
+    int COleDateTime::name() const noexcept                                                        \
+    {                                                                                              \
+        Parts p{};                                                                                 \
+        return m_status == valid && DecodeDate(m_dt, p) ? p.field : error;                         \
+    }
+
+SHARED_OLEDATE_PART(GetYear, year)
+SHARED_OLEDATE_PART(GetMonth, month)
+SHARED_OLEDATE_PART(GetDay, day)
+SHARED_OLEDATE_PART(GetHour, hour)
+SHARED_OLEDATE_PART(GetMinute, minute)
+SHARED_OLEDATE_PART(GetSecond, second)
+SHARED_OLEDATE_PART(GetDayOfWeek, dayOfWeek)
+SHARED_OLEDATE_PART(GetDayOfYear, dayOfYear)
+
+#undef SHARED_OLEDATE_PART
+
+int COleDateTime::SetDateTime(int nYear, int nMonth, int nDay, int nHour, int nMin,
+                              int nSec) noexcept
+{
+    DATE dt = 0.0;
+    if (EncodeDate(nYear, nMonth, nDay, nHour, nMin, nSec, 0.0, dt))
+    {
+        m_dt = dt;
+        m_status = valid;
+    }
+    else
+    {
+        m_dt = 0.0;
+        m_status = invalid;
+    }
+    return m_status;
+}
+
+int COleDateTime::SetDate(int nYear, int nMonth, int nDay) noexcept
+{
+    return SetDateTime(nYear, nMonth, nDay, 0, 0, 0);
+}
+
+int COleDateTime::SetTime(int nHour, int nMin, int nSec) noexcept
+{
+    return SetDateTime(1899, 12, 30, nHour, nMin, nSec);
+}
+
+bool COleDateTime::operator==(const COleDateTime& date) const noexcept
+{
+    if (m_status != date.m_status)
+    {
+        return false;
+    }
+    return m_status == valid ? m_dt == date.m_dt : m_status == null;
+}
+
+bool COleDateTime::operator<(const COleDateTime& date) const noexcept
+{
+    return m_status == valid && date.m_status == valid &&
+           LinearFromDate(m_dt) < LinearFromDate(date.m_dt);
+}
+
+bool COleDateTime::operator>(const COleDateTime& date) const noexcept
+{
+    return m_status == valid && date.m_status == valid &&
+           LinearFromDate(m_dt) > LinearFromDate(date.m_dt);
+}
+
+bool COleDateTime::operator<=(const COleDateTime& date) const noexcept
+{
+    return m_status == valid && date.m_status == valid &&
+           LinearFromDate(m_dt) <= LinearFromDate(date.m_dt);
+}
+
+bool COleDateTime::operator>=(const COleDateTime& date) const noexcept
+{
+    return m_status == valid && date.m_status == valid &&
+           LinearFromDate(m_dt) >= LinearFromDate(date.m_dt);
+}
+
+COleDateTime COleDateTime::operator+(const COleDateTimeSpan& dateSpan) const noexcept
+{
+    COleDateTime result;
+    if (m_status == null || dateSpan.GetStatus() == COleDateTimeSpan::null)
+    {
+        result.m_status = null;
+        return result;
+    }
+    if (m_status == invalid || dateSpan.GetStatus() == COleDateTimeSpan::invalid)
+    {
+        result.m_status = invalid;
+        return result;
+    }
+    result.m_dt = DateFromLinear(LinearFromDate(m_dt) + dateSpan.m_span);
+    if (!InRange(result.m_dt))
+    {
+        result.m_status = invalid;
+    }
+    return result;
+}
+
+COleDateTime COleDateTime::operator-(const COleDateTimeSpan& dateSpan) const noexcept
+{
+    return *this + (-dateSpan);
+}
+
+COleDateTime& COleDateTime::operator+=(const COleDateTimeSpan& dateSpan) noexcept
+{
+    *this = *this + dateSpan;
+    return *this;
+}
+
+COleDateTime& COleDateTime::operator-=(const COleDateTimeSpan& dateSpan) noexcept
+{
+    *this = *this - dateSpan;
+    return *this;
+}
+
+COleDateTimeSpan COleDateTime::operator-(const COleDateTime& date) const noexcept
+{
+    COleDateTimeSpan result;
+    if (m_status == null || date.m_status == null)
+    {
+        result.SetStatus(COleDateTimeSpan::null);
+    }
+    else if (m_status == invalid || date.m_status == invalid)
+    {
+        result.SetStatus(COleDateTimeSpan::invalid);
+    }
+    else
+    {
+        result = COleDateTimeSpan(LinearFromDate(m_dt) - LinearFromDate(date.m_dt));
+    }
+    return result;
+}
+
+CString COleDateTime::Format(LPCTSTR lpszFormat) const
+{
+    if (m_status == null || lpszFormat == nullptr || *lpszFormat == '\0')
+    {
+        return CString();
+    }
+    Parts p{};
+    if (m_status != valid || !DecodeDate(m_dt, p))
+    {
+        return CString(kInvalidText);
+    }
+    std::tm tm{};
+    tm.tm_year = p.year - 1900;
+    tm.tm_mon = p.month - 1;
+    tm.tm_mday = p.day;
+    tm.tm_hour = p.hour;
+    tm.tm_min = p.minute;
+    tm.tm_sec = p.second;
+    tm.tm_wday = p.dayOfWeek - 1;
+    tm.tm_yday = p.dayOfYear - 1;
+    tm.tm_isdst = 0;
+    // strftime reports 0 both for "too small" and for an empty result, so grow a few times and
+    // then accept the empty text.
+    std::string buffer(256, '\0');
+    for (int attempt = 0; attempt < 6; ++attempt)
+    {
+        const std::size_t n = std::strftime(buffer.data(), buffer.size(), lpszFormat, &tm);
+        if (n > 0)
+        {
+            return CString(buffer.data(), static_cast<int>(n));
+        }
+        buffer.resize(buffer.size() * 4);
+    }
+    return CString();
+}
+
+CString COleDateTime::Format(DWORD dwFlags, LCID /*lcid*/) const
+{
+    if (m_status == null)
+    {
+        return CString();
+    }
+    Parts p{};
+    if (m_status != valid || !DecodeDate(m_dt, p))
+    {
+        return CString(kInvalidText);
+    }
+    const bool isTimeOnly = p.year == 1899 && p.month == 12 && p.day == 30;
+    const bool isMidnight = p.hour == 0 && p.minute == 0 && p.second == 0;
+    bool showDate = !isTimeOnly || isMidnight;
+    bool showTime = !isMidnight;
+    if ((dwFlags & VAR_DATEVALUEONLY) != 0)
+    {
+        showDate = true;
+        showTime = false;
+    }
+    else if ((dwFlags & VAR_TIMEVALUEONLY) != 0)
+    {
+        showDate = false;
+        showTime = true;
+    }
+    CString text;
+    if (showDate)
+    {
+        text.Format("%d/%d/%d", p.month, p.day, p.year);
+    }
+    if (showTime)
+    {
+        const int hour12 = p.hour % 12 == 0 ? 12 : p.hour % 12;
+        text.AppendFormat("%s%d:%02d:%02d %s", showDate ? " " : "", hour12, p.minute, p.second,
+                          p.hour < 12 ? "AM" : "PM");
+    }
+    return text;
+}
