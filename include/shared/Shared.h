@@ -20,6 +20,9 @@
 #include <shared/framework/WinTypes.h>
 
 // platform
+#include <shared/platform/SerialLine.h>
+#include <shared/platform/SerialPortPath.h>
+#include <shared/platform/WakeDescriptor.h>
 #include <shared/platform/RegistryStore.h>
 #include <shared/platform/SystemError.h>
 #include <shared/platform/SystemTime.h>
@@ -62,6 +65,7 @@
 #include <shared/comms/CSigSlotCollectionItem.h>
 #include <shared/comms/CSigSlotInterlock.h>
 #include <shared/comms/CSigSlotIterator.h>
+#include <shared/comms/CSerialPortDevice.h>
 #include <shared/comms/CSigSlotMutex.h>
 #include <shared/comms/CSignal0.h>
 #include <shared/comms/CSignal2.h>

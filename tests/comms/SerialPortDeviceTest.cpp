@@ -1,0 +1,568 @@
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <mutex>
+#include <poll.h>
+#include <shared/comms/CSerialPortDevice.h>
+#include <shared/platform/SerialPortPath.h>
+#include <string>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+using Device = CSerialPortDevice;
+
+namespace
+{
+
+// A pseudo-terminal: the test drives the master side, the device opens the slave side.
+class Pty
+{
+public:
+    Pty()
+    {
+        m_master = ::posix_openpt(O_RDWR | O_NOCTTY);
+        if (m_master < 0 || ::grantpt(m_master) != 0 || ::unlockpt(m_master) != 0)
+        {
+            return;
+        }
+        char const* name = ::ptsname(m_master);
+        m_slavePath = name != nullptr ? name : "";
+        ::fcntl(m_master, F_SETFL, ::fcntl(m_master, F_GETFL) | O_NONBLOCK);
+    }
+    ~Pty()
+    {
+        if (m_master >= 0)
+        {
+            ::close(m_master);
+        }
+    }
+    bool Ok() const { return m_master >= 0 && !m_slavePath.empty(); }
+    std::string const& SlavePath() const { return m_slavePath; }
+
+    // Writes everything, waiting while the line is full.
+    void Send(void const* data, std::size_t size) const
+    {
+        auto const* p = static_cast<unsigned char const*>(data);
+        while (size > 0)
+        {
+            ssize_t const n = ::write(m_master, p, size);
+            if (n > 0)
+            {
+                p += n;
+                size -= static_cast<std::size_t>(n);
+                continue;
+            }
+            pollfd fd{m_master, POLLOUT, 0};
+            ::poll(&fd, 1, 100);
+        }
+    }
+    void Send(std::string const& text) const { Send(text.data(), text.size()); }
+
+    // Collects what the device wrote until size bytes arrived or the timeout passed.
+    std::string Receive(std::size_t size, std::chrono::milliseconds timeout) const
+    {
+        std::string out;
+        auto const deadline = Clock::now() + timeout;
+        while (out.size() < size && Clock::now() < deadline)
+        {
+            char buffer[4096];
+            ssize_t const n = ::read(m_master, buffer, sizeof buffer);
+            if (n > 0)
+            {
+                out.append(buffer, static_cast<std::size_t>(n));
+                continue;
+            }
+            pollfd fd{m_master, POLLIN, 0};
+            ::poll(&fd, 1, 20);
+        }
+        return out;
+    }
+
+private:
+    int m_master = -1;
+    std::string m_slavePath;
+};
+
+struct ErrorRecord
+{
+    int port;
+    Device::EErrorLevel level;
+    unsigned long code;
+    std::string message;
+};
+
+class ErrorLog : public Device::ErrorSlot
+{
+public:
+    ~ErrorLog() override { BeginDestroy(); }
+    bool Invoke(int port, Device::EErrorLevel level, unsigned long code,
+                char const* message) override
+    {
+        std::lock_guard guard(m_lock);
+        m_records.push_back({port, level, code, message});
+        return false;
+    }
+    std::vector<ErrorRecord> Records()
+    {
+        std::lock_guard guard(m_lock);
+        return m_records;
+    }
+
+private:
+    std::mutex m_lock;
+    std::vector<ErrorRecord> m_records;
+};
+
+class LineErrorLog : public Device::LineErrorSlot
+{
+public:
+    ~LineErrorLog() override { BeginDestroy(); }
+    bool Invoke(int, Device::EError error) override
+    {
+        std::lock_guard guard(m_lock);
+        m_errors.push_back(error);
+        return false;
+    }
+    std::vector<unsigned long> Errors()
+    {
+        std::lock_guard guard(m_lock);
+        return {m_errors.begin(), m_errors.end()};
+    }
+
+private:
+    std::mutex m_lock;
+    std::vector<Device::EError> m_errors;
+};
+
+class PortOpenLog : public Device::PortOpenSlot
+{
+public:
+    ~PortOpenLog() override { BeginDestroy(); }
+    bool Invoke(int const port, bool const opened) override
+    {
+        std::lock_guard guard(m_lock);
+        m_events.push_back((opened ? "open " : "close ") + std::to_string(port));
+        return false;
+    }
+    std::vector<std::string> Events()
+    {
+        std::lock_guard guard(m_lock);
+        return m_events;
+    }
+
+private:
+    std::mutex m_lock;
+    std::vector<std::string> m_events;
+};
+
+class SerialPortDeviceTest : public ::testing::Test
+{
+protected:
+    static constexpr int kPort = 41;
+
+    void SetUp() override
+    {
+        if (!m_pty.Ok())
+        {
+            GTEST_SKIP() << "no pseudo-terminals on this host";
+        }
+        Device::SetDevicePath(kPort, m_pty.SlavePath().c_str());
+        m_device.ConnectErrorHandler(m_errors, 128);
+        m_device.ConnectLineErrorHandler(m_lineErrors, 128);
+    }
+    void TearDown() override
+    {
+        m_device.Close();
+        Device::SetDevicePath(kPort, nullptr);
+    }
+
+    unsigned long OpenDevice(unsigned long bufferSize = 0,
+                             Device::EBaudrate baud = Device::BAUDRATE_115200)
+    {
+        return m_device.Open(kPort, baud, Device::DATA_BITS_8, Device::PARITY_BIT_NONE,
+                             Device::STOP_BITS_ONE, Device::HANDSHAKE_NONE, bufferSize);
+    }
+
+    // Waits until the FIFO holds at least count bytes.
+    bool WaitForBytes(unsigned long count, std::chrono::milliseconds timeout = 5s)
+    {
+        auto const deadline = Clock::now() + timeout;
+        while (m_device.GetBytesReady() < count && Clock::now() < deadline)
+        {
+            std::this_thread::sleep_for(2ms);
+        }
+        return m_device.GetBytesReady() >= count;
+    }
+
+    Pty m_pty;
+    ErrorLog m_errors;
+    LineErrorLog m_lineErrors;
+    Device m_device;
+};
+
+} // namespace
+
+TEST_F(SerialPortDeviceTest, PortNumbersMapToDevicePaths)
+{
+    EXPECT_EQ(Device::GetDevicePath(kPort), m_pty.SlavePath());
+    EXPECT_EQ(shared::platform::DefaultSerialPortDevicePath(1), "/dev/ttyS0");
+    EXPECT_EQ(Device::GetDevicePath(0), "");
+
+    ::setenv("SHARED_COM42", "/dev/from-environment", 1);
+    EXPECT_EQ(Device::GetDevicePath(42), "/dev/from-environment");
+    Device::SetDevicePath(42, "/dev/from-api");
+    EXPECT_EQ(Device::GetDevicePath(42), "/dev/from-api") << "the API setting wins";
+    Device::SetDevicePath(42, "");
+    EXPECT_EQ(Device::GetDevicePath(42), "/dev/from-environment");
+    ::unsetenv("SHARED_COM42");
+    EXPECT_EQ(Device::GetDevicePath(42), "/dev/ttyS41");
+
+    // The environment alone is enough to open a pseudo-terminal as a COM port.
+    ::setenv("SHARED_COM43", m_pty.SlavePath().c_str(), 1);
+    Device device;
+    EXPECT_EQ(device.Open(43, Device::BAUDRATE_9600, Device::DATA_BITS_8, Device::PARITY_BIT_NONE,
+                          Device::STOP_BITS_ONE, Device::HANDSHAKE_NONE, 0),
+              0u);
+    EXPECT_EQ(device.GetPort(), 43);
+    device.Close();
+    ::unsetenv("SHARED_COM43");
+}
+
+TEST_F(SerialPortDeviceTest, FailedOpensReportAndLeaveTheDeviceClosed)
+{
+    PortOpenLog opens;
+    Device::ConnectPortOpenHandler(opens, 128);
+
+    EXPECT_EQ(m_device.Open(0, Device::BAUDRATE_9600, Device::DATA_BITS_8, Device::PARITY_BIT_NONE,
+                            Device::STOP_BITS_ONE, Device::HANDSHAKE_NONE, 0),
+              20u);
+    EXPECT_TRUE(m_errors.Records().empty()) << "a bad port number is not reported";
+
+    Device::SetDevicePath(44, "/nonexistent/ttyX");
+    EXPECT_EQ(m_device.Open(44, Device::BAUDRATE_9600, Device::DATA_BITS_8, Device::PARITY_BIT_NONE,
+                            Device::STOP_BITS_ONE, Device::HANDSHAKE_NONE, 0),
+              2u);
+    auto records = m_errors.Records();
+    ASSERT_EQ(records.size(), 1u);
+    EXPECT_EQ(records[0].port, 44);
+    EXPECT_EQ(records[0].level, Device::LEVEL_ERROR);
+    EXPECT_EQ(records[0].code, 2u);
+    EXPECT_EQ(records[0].message, "Unable to open device");
+    EXPECT_FALSE(m_device.IsOpen());
+    EXPECT_EQ(m_device.GetPort(), 0);
+    EXPECT_EQ(Device::CheckPort(44), Device::PORT_NOT_PRESENT);
+    EXPECT_EQ(Device::CheckPort(0), Device::PORT_NOT_PRESENT);
+
+    // Not a terminal at all.
+    Device::SetDevicePath(44, "/dev/null");
+    EXPECT_EQ(Device::CheckPort(44), Device::PORT_ERROR);
+    EXPECT_NE(m_device.Open(44, Device::BAUDRATE_9600, Device::DATA_BITS_8, Device::PARITY_BIT_NONE,
+                            Device::STOP_BITS_ONE, Device::HANDSHAKE_NONE, 0),
+              0u);
+    Device::SetDevicePath(44, nullptr);
+
+    // A rate the host cannot make, and one and a half stop bits with 8 data bits.
+    EXPECT_EQ(OpenDevice(0, Device::BAUDRATE_14400), 87u);
+    EXPECT_EQ(m_errors.Records().back().message, "Unable to set DCB information");
+    EXPECT_EQ(m_device.Open(kPort, Device::BAUDRATE_9600, Device::DATA_BITS_8,
+                            Device::PARITY_BIT_NONE, Device::STOP_BITS_ONE_HALF,
+                            Device::HANDSHAKE_NONE, 0),
+              87u);
+    EXPECT_FALSE(m_device.IsOpen());
+    EXPECT_TRUE(opens.Events().empty()) << "no open signal for a failed open";
+    EXPECT_EQ(Device::CheckPort(kPort), Device::PORT_AVAILABLE) << "nothing left holding the port";
+}
+
+TEST_F(SerialPortDeviceTest, OpenAndCloseAreSignalledOnceAndTheOpenPortIsExclusive)
+{
+    PortOpenLog opens;
+    Device::ConnectPortOpenHandler(opens, 128);
+    EXPECT_EQ(Device::CheckPort(kPort), Device::PORT_AVAILABLE);
+    ASSERT_EQ(OpenDevice(), 0u);
+    EXPECT_TRUE(m_device.IsOpen());
+    EXPECT_EQ(m_device.GetPort(), kPort);
+
+    EXPECT_EQ(Device::CheckPort(kPort), Device::PORT_IN_USE);
+    ErrorLog secondErrors;
+    Device second;
+    second.ConnectErrorHandler(secondErrors, 128);
+    EXPECT_EQ(second.Open(kPort, Device::BAUDRATE_9600, Device::DATA_BITS_8,
+                          Device::PARITY_BIT_NONE, Device::STOP_BITS_ONE, Device::HANDSHAKE_NONE,
+                          0),
+              5u);
+    ASSERT_EQ(secondErrors.Records().size(), 1u);
+    EXPECT_EQ(secondErrors.Records()[0].message, "Unable to open device");
+    EXPECT_FALSE(second.IsOpen());
+
+    m_device.Close();
+    m_device.Close();
+    EXPECT_EQ(opens.Events(), (std::vector<std::string>{"open 41", "close 41"}));
+    EXPECT_EQ(m_device.GetPort(), 0);
+    EXPECT_EQ(Device::CheckPort(kPort), Device::PORT_AVAILABLE);
+
+    // Reopening works, and the destructor closes (and signals) too.
+    {
+        Device scoped;
+        ASSERT_EQ(scoped.Open(kPort, Device::BAUDRATE_9600, Device::DATA_BITS_8,
+                              Device::PARITY_BIT_NONE, Device::STOP_BITS_ONE,
+                              Device::HANDSHAKE_NONE, 0),
+                  0u);
+    }
+    EXPECT_EQ(opens.Events().size(), 4u);
+    EXPECT_TRUE(m_errors.Records().empty());
+}
+
+TEST_F(SerialPortDeviceTest, BytesArriveInOrderWithoutLossAtHighRate)
+{
+    ASSERT_EQ(OpenDevice(256 * 1024), 0u);
+    // Every byte value, including the 0xFF and 0x00 that the driver's error marks are made of.
+    constexpr std::size_t total = 4u << 20;
+    std::vector<unsigned char> data(total);
+    for (std::size_t i = 0; i < total; ++i)
+    {
+        data[i] = static_cast<unsigned char>((i * 131) ^ (i >> 11));
+    }
+    data[100] = 0xFF;
+    data[101] = 0x00;
+    data[102] = 0x00;
+    data[200] = 0xFF;
+    data[201] = 0xFF;
+
+    std::thread writer(
+        [&]
+        {
+            constexpr std::size_t chunk = 16 * 1024;
+            for (std::size_t sent = 0; sent < total; sent += chunk)
+            {
+                // The FIFO drops what does not fit, as its contract says; keep it from filling.
+                while (m_device.GetBytesReady() > 128 * 1024)
+                {
+                    std::this_thread::sleep_for(1ms);
+                }
+                m_pty.Send(data.data() + sent, std::min(chunk, total - sent));
+            }
+        });
+    std::vector<unsigned char> received(total);
+    std::size_t got = 0;
+    while (got < total)
+    {
+        unsigned long const n = m_device.Read(received.data() + got,
+                                              static_cast<unsigned long>(total - got), 5000, 5000);
+        if (n == 0)
+        {
+            break;
+        }
+        got += n;
+    }
+    writer.join();
+    ASSERT_EQ(got, total);
+    EXPECT_TRUE(received == data) << "bytes changed or out of order";
+    EXPECT_TRUE(m_lineErrors.Errors().empty());
+    EXPECT_TRUE(m_errors.Records().empty());
+}
+
+TEST_F(SerialPortDeviceTest, ReadsTimeOutAndUnreadRestoresOrder)
+{
+    ASSERT_EQ(OpenDevice(), 0u);
+    unsigned char buffer[10] = {};
+    auto start = Clock::now();
+    EXPECT_EQ(m_device.Read(buffer, 10, 80, 10), 0u);
+    EXPECT_GE(Clock::now() - start, 75ms);
+    EXPECT_EQ(m_device.Read(buffer, 0, 1000, 1000), 0u);
+
+    m_pty.Send("ABCD");
+    ASSERT_TRUE(WaitForBytes(4));
+    start = Clock::now();
+    EXPECT_EQ(m_device.Read(buffer, 10, 500, 50), 4u);
+    auto const elapsed = Clock::now() - start;
+    EXPECT_GE(elapsed, 45ms) << "waits the next-byte timeout after the fourth byte";
+    EXPECT_LT(elapsed, 450ms) << "not the first-byte timeout";
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(buffer), 4), "ABCD");
+
+    // A block pushed back is read again in its first order, ahead of newer bytes.
+    m_pty.Send("Z");
+    ASSERT_TRUE(WaitForBytes(1));
+    EXPECT_TRUE(m_device.Unread("xyz", 3));
+    EXPECT_TRUE(m_device.Unread('w'));
+    std::string again;
+    unsigned char b = 0;
+    while (m_device.Read(b, 100))
+    {
+        again += static_cast<char>(b);
+    }
+    EXPECT_EQ(again, "wxyzZ");
+
+    m_device.PurgeInput();
+    EXPECT_EQ(m_device.GetBytesReady(), 0u);
+    EXPECT_TRUE(m_lineErrors.Errors().empty());
+}
+
+TEST_F(SerialPortDeviceTest, FifoSizeFollowsBufferSizeAndOverflowIsReported)
+{
+    struct Case
+    {
+        unsigned long bufferSize;
+        unsigned long holds;
+    };
+    for (Case c : {Case{0, 1023}, Case{8, 1023}, Case{4096, 4095}})
+    {
+        Device device;
+        LineErrorLog lineErrors;
+        device.ConnectLineErrorHandler(lineErrors, 128);
+        ASSERT_EQ(device.Open(kPort, Device::BAUDRATE_9600, Device::DATA_BITS_8,
+                              Device::PARITY_BIT_NONE, Device::STOP_BITS_ONE,
+                              Device::HANDSHAKE_NONE, c.bufferSize),
+                  0u);
+        m_pty.Send(std::string(c.holds + 500, 'q'));
+        auto const deadline = Clock::now() + 5s;
+        while (lineErrors.Errors().empty() && Clock::now() < deadline)
+        {
+            std::this_thread::sleep_for(2ms);
+        }
+        ASSERT_FALSE(lineErrors.Errors().empty()) << "a full FIFO is reported";
+        EXPECT_EQ(lineErrors.Errors()[0], 2u);
+        EXPECT_EQ(device.GetBytesReady(), c.holds) << c.bufferSize;
+
+        // Pushing back into the full FIFO drops the newest byte and says so.
+        std::size_t const before = lineErrors.Errors().size();
+        EXPECT_FALSE(device.Unread('!'));
+        EXPECT_EQ(lineErrors.Errors().size(), before + 1);
+        EXPECT_EQ(device.GetBytesReady(), c.holds);
+        unsigned char b = 0;
+        ASSERT_TRUE(device.Read(b, 0));
+        EXPECT_EQ(b, '!');
+    }
+}
+
+TEST_F(SerialPortDeviceTest, WritesArriveAndTimeOutWhenTheFarEndStopsReading)
+{
+    ASSERT_EQ(OpenDevice(), 0u);
+    std::string const hello = "$PING,1*00\r\n";
+    EXPECT_TRUE(m_device.Write(hello.data(), static_cast<unsigned long>(hello.size()), 1000));
+    EXPECT_EQ(m_pty.Receive(hello.size(), 2s), hello);
+    EXPECT_TRUE(m_device.Write(nullptr, 0, 0)) << "nothing to write is done at once";
+
+    // Nobody reads the master: the line fills and the write gives up after its timeout.
+    std::vector<unsigned char> big(4u << 20, 0x55);
+    auto const start = Clock::now();
+    EXPECT_FALSE(m_device.Write(big.data(), static_cast<unsigned long>(big.size()), 200));
+    auto const elapsed = Clock::now() - start;
+    EXPECT_GE(elapsed, 190ms);
+    EXPECT_LT(elapsed, 3s);
+    auto records = m_errors.Records();
+    ASSERT_EQ(records.size(), 1u);
+    EXPECT_EQ(records[0].port, kPort);
+    EXPECT_EQ(records[0].level, Device::LEVEL_WARNING);
+    EXPECT_EQ(records[0].code, 1460u);
+    EXPECT_EQ(records[0].message, "Write timeout");
+
+    // Once the far end reads again, so does the line.
+    m_pty.Receive(big.size(), 300ms);
+    EXPECT_TRUE(m_device.Write("ok", 2, 2000));
+    std::string const tail = m_pty.Receive(1u << 20, 300ms);
+    ASSERT_GE(tail.size(), 2u);
+    EXPECT_EQ(tail.substr(tail.size() - 2), "ok");
+}
+
+TEST_F(SerialPortDeviceTest, ConcurrentWritersBorrowThePortInTurnWhileDataArrives)
+{
+    ASSERT_EQ(OpenDevice(64 * 1024), 0u);
+    constexpr int writers = 3;
+    constexpr int blocks = 40;
+    std::atomic<bool> allWritten{true};
+    std::vector<std::thread> threads;
+    for (int w = 0; w < writers; ++w)
+    {
+        threads.emplace_back(
+            [&, w]
+            {
+                for (int i = 0; i < blocks; ++i)
+                {
+                    std::string const block =
+                        "<" + std::string(50, static_cast<char>('a' + w)) + ">";
+                    if (!m_device.Write(block.data(), static_cast<unsigned long>(block.size()),
+                                        5000))
+                    {
+                        allWritten = false;
+                    }
+                }
+            });
+    }
+    std::thread incoming([&] { m_pty.Send(std::string(20000, 'r')); });
+    std::string const out = m_pty.Receive(writers * blocks * 52, 10s);
+    for (auto& t : threads)
+    {
+        t.join();
+    }
+    incoming.join();
+    EXPECT_TRUE(allWritten.load());
+    ASSERT_EQ(out.size(), static_cast<std::size_t>(writers * blocks * 52));
+    // Each write went out whole: blocks never interleave.
+    for (std::size_t i = 0; i < out.size(); i += 52)
+    {
+        ASSERT_EQ(out[i], '<');
+        ASSERT_EQ(out[i + 51], '>');
+        EXPECT_EQ(out.find_first_not_of(out[i + 1], i + 1), i + 51) << "at " << i;
+    }
+    EXPECT_TRUE(WaitForBytes(20000));
+    EXPECT_TRUE(m_errors.Records().empty());
+}
+
+TEST_F(SerialPortDeviceTest, PseudoTerminalsHaveNoModemLines)
+{
+    // A pty has no CTS, DSR, ring or carrier to read and no DTR or RTS to drive; the device
+    // answers with the code and the report it gives for any port that refuses them. A break is
+    // accepted (and ignored) by the pty driver.
+    ASSERT_EQ(OpenDevice(), 0u);
+    bool on = true;
+    EXPECT_NE(m_device.GetCTS(on), 0u);
+    EXPECT_FALSE(on);
+    EXPECT_NE(m_device.GetRLSD(on), 0u);
+    EXPECT_NE(m_device.SetDTR(true), 0u);
+    EXPECT_NE(m_device.SetRTS(false), 0u);
+    auto records = m_errors.Records();
+    ASSERT_EQ(records.size(), 4u);
+    EXPECT_EQ(records[0].message, "Unable to obtain the modem status");
+    EXPECT_EQ(records[2].message, "Unable to set DTR control line");
+    EXPECT_EQ(records[3].message, "Unable to set RTS control line");
+    EXPECT_EQ(m_device.Break(10), 0u);
+    EXPECT_EQ(m_device.SetHandshake(Device::HANDSHAKE_XONXOFF), 0u);
+    EXPECT_EQ(m_device.SetHandshake(Device::HANDSHAKE_HARDWARE), 0u);
+    m_device.Close();
+
+    // CTS handshaking raises RTS and DTR, which a pty cannot: Open fails and closes again.
+    EXPECT_NE(m_device.Open(kPort, Device::BAUDRATE_9600, Device::DATA_BITS_8,
+                            Device::PARITY_BIT_NONE, Device::STOP_BITS_ONE, Device::HANDSHAKE_CTS,
+                            0),
+              0u);
+    EXPECT_FALSE(m_device.IsOpen());
+    EXPECT_EQ(m_errors.Records().back().message, "Unable to set RTS control line");
+}
+
+TEST_F(SerialPortDeviceTest, ClosedDevicesFailCleanly)
+{
+    unsigned char b = 0;
+    EXPECT_FALSE(m_device.Read(b, 10));
+    EXPECT_EQ(m_device.Read(&b, 1, 10, 10), 0u);
+    EXPECT_FALSE(m_device.Unread(b));
+    EXPECT_EQ(m_device.GetBytesReady(), 0u);
+    m_device.PurgeInput();
+    EXPECT_FALSE(m_device.Write("x", 1, 10));
+    EXPECT_NE(m_device.Break(1), 0u);
+    auto records = m_errors.Records();
+    ASSERT_EQ(records.size(), 2u);
+    EXPECT_EQ(records[0].message, "Write error");
+    EXPECT_EQ(records[0].code, 6u);
+    EXPECT_EQ(records[1].message, "Unable set line break condition");
+
+    // A copy of a closed device is wired like it.
+    Device copy(m_device);
+    EXPECT_FALSE(copy.Write("x", 1, 10));
+    EXPECT_EQ(m_errors.Records().size(), 3u);
+}
