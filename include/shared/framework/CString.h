@@ -98,11 +98,11 @@ public:
         return *this;
     }
 
-    friend CString operator+(const CString& a, const CString& b);
-    friend CString operator+(const CString& a, const char* b);
-    friend CString operator+(const char* a, const CString& b);
-    friend CString operator+(const CString& a, char b);
-    friend CString operator+(char a, const CString& b);
+    friend SHARED_API CString operator+(const CString& a, const CString& b);
+    friend SHARED_API CString operator+(const CString& a, const char* b);
+    friend SHARED_API CString operator+(const char* a, const CString& b);
+    friend SHARED_API CString operator+(const CString& a, char b);
+    friend SHARED_API CString operator+(char a, const CString& b);
 
     // --- Comparison (byte-wise, as strcmp) -----------------------------------------------------
     int Compare(const char* psz) const noexcept;
