@@ -1,0 +1,6 @@
+#include <shared/phonebook/CVCFFormattedName.h>
+
+CString CVCFFormattedName::GetName() const
+{
+    return "FN";
+}

@@ -1,0 +1,6 @@
+#include <shared/phonebook/CVCFNickName.h>
+
+CString CVCFNickName::GetName() const
+{
+    return "NICKNAME";
+}

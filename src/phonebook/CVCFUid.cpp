@@ -1,0 +1,6 @@
+#include <shared/phonebook/CVCFUid.h>
+
+CString CVCFUid::GetName() const
+{
+    return "UID";
+}

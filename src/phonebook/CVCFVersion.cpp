@@ -1,0 +1,6 @@
+#include <shared/phonebook/CVCFVersion.h>
+
+CString CVCFVersion::GetName() const
+{
+    return "VERSION";
+}

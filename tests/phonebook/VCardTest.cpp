@@ -1,0 +1,157 @@
+#include "PhonebookTestSupport.h"
+
+#include <filesystem>
+#include <shared/phonebook/CVCard.h>
+
+namespace
+{
+CPhonebookEntryAttributes Attributes(bool voice, bool spot, bool track, bool geofence, bool sos,
+                                     bool warnings)
+{
+    CPhonebookEntryAttributes attributes;
+    attributes.SetAttributes(voice, spot, track, geofence, sos, warnings);
+    return attributes;
+}
+} // namespace
+
+using VCardFile = PhonebookFileTest;
+
+TEST_F(VCardFile, WritesTheDeviceLayoutWithCrLf)
+{
+    const CVCard card("0000000A000000FF", "Bob", "Smith", "+441234",
+                      Attributes(true, true, false, true, false, false));
+    CStdioFile file;
+    ASSERT_TRUE(OpenForWriting(file, "one.vcf"));
+    EXPECT_TRUE(card.WriteToTextFile(file));
+    file.Close();
+    EXPECT_EQ(ReadBytes("one.vcf"),
+              "BEGIN:VCARD\r\n"
+              "VERSION:2.1\r\n"
+              "FN:Smith\r\n"
+              "NICKNAME:Bob\r\n"
+              "TEL;CELL:+441234\r\n"
+              "UID:0000000A000000FF\r\n"
+              "X-NIMBUS-ATTRIBUTES;LOCATOR:AllowVoice=True;Spot=True;Track=False;SOS=False;"
+              "Geofence=True\r\n"
+              "X-NIMBUS-ATTRIBUTES;WARDEN:WardenWarnings=False\r\n"
+              "END:VCARD\r\n");
+}
+
+TEST_F(VCardFile, ReadsBackWhatItWrote)
+{
+    const auto attributes = Attributes(false, true, true, false, true, true);
+    {
+        CStdioFile file;
+        ASSERT_TRUE(OpenForWriting(file, "card.vcf"));
+        CVCard("1234", "Nick", "Last Name", "+44 1234", attributes).WriteToTextFile(file);
+    }
+    CStdioFile file;
+    ASSERT_TRUE(OpenForReading(file, "card.vcf"));
+    CVCard card;
+    ASSERT_TRUE(card.ReadFromTextFile(file));
+    EXPECT_STREQ(card.GetUID(), "1234");
+    EXPECT_STREQ(card.GetNickName(), "Nick");
+    EXPECT_STREQ(card.GetFormattedName(), "Last Name");
+    EXPECT_STREQ(card.GetVoiceNumber(), "+44 1234");
+    EXPECT_STREQ(card.GetVersion(), "2.1");
+    EXPECT_TRUE(card.GetAttributes() == attributes);
+}
+
+TEST_F(VCardFile, ReadsCardAfterCardAndSkipsTextAroundThem)
+{
+    WriteBytes("two.vcf", "some text first\n"
+                          "BEGIN:VCARD\n"
+                          "UID:1\n"
+                          "tel;cell: +44 1 \n"
+                          "EMAIL:nobody@example.org\n"
+                          "end:vcard\n"
+                          "NICKNAME:First\n"
+                          "END:VCARD\r\n"
+                          "between the cards\r\n"
+                          "BEGIN:VCARD\r\n"
+                          "NICKNAME:Second\r\n"
+                          "END:VCARD\r\n");
+    CStdioFile file;
+    ASSERT_TRUE(OpenForReading(file, "two.vcf"));
+    CVCard first;
+    ASSERT_TRUE(first.ReadFromTextFile(file));
+    EXPECT_STREQ(first.GetUID(), "1");
+    EXPECT_STREQ(first.GetVoiceNumber(), " +44 1 ") << "the name is normalised, not the value";
+    EXPECT_STREQ(first.GetNickName(), "First") << "a lower-case end line does not end the card";
+    CVCard second;
+    ASSERT_TRUE(second.ReadFromTextFile(file));
+    EXPECT_STREQ(second.GetNickName(), "Second");
+    CVCard third;
+    EXPECT_FALSE(third.ReadFromTextFile(file));
+}
+
+TEST_F(VCardFile, CardWithoutEndIsFalseButKeepsWhatWasRead)
+{
+    WriteBytes("open.vcf", "BEGIN:VCARD\nNICKNAME:Open\nTEL;CELL:0123");
+    CStdioFile file;
+    ASSERT_TRUE(OpenForReading(file, "open.vcf"));
+    CVCard card;
+    EXPECT_FALSE(card.ReadFromTextFile(file));
+    EXPECT_STREQ(card.GetNickName(), "Open");
+    EXPECT_STREQ(card.GetVoiceNumber(), "0123");
+}
+
+TEST_F(VCardFile, HostileInputEndsCleanly)
+{
+    std::string binary(4096, '\0');
+    for (size_t i = 0; i < binary.size(); ++i)
+        binary[i] = static_cast<char>(i * 7919 % 256);
+    WriteBytes("binary.vcf", "BEGIN:VCARD\n" + binary + "\nNICKNAME:" + std::string(1 << 20, 'x') +
+                                 "\nEND:VCARD\n");
+    CStdioFile file;
+    ASSERT_TRUE(OpenForReading(file, "binary.vcf"));
+    CVCard card;
+    card.ReadFromTextFile(file);
+    CVCard next;
+    EXPECT_FALSE(next.ReadFromTextFile(file));
+}
+
+TEST_F(VCardFile, RealExportsFromPhonesAndMailPrograms)
+{
+    const std::filesystem::path root = std::filesystem::path(SHARED_TESTDATA_DIR) / "vcard";
+    if (!std::filesystem::exists(root))
+        GTEST_SKIP() << "no public vCard data beside the clone";
+
+    struct Expected
+    {
+        const char* file;
+        int cards;
+    };
+    // Card counts follow from the reader's rules: nested cards end their parent early.
+    const Expected expectations[] = {
+        {"aosp/v21_multiple_entry.vcf", 3},
+        {"ez-vcard/John_Doe_ANDROID.vcf", 6},
+        {"aosp/v21_simple_1.vcf", 1},
+        // "BEGIN:vCard" in mixed case opens no card: the delimiters compare exactly.
+        {"aosp/v21_invalid_comment_line.vcf", 0},
+    };
+    for (const auto& expected : expectations)
+    {
+        CStdioFile file;
+        ASSERT_TRUE(file.Open((root / expected.file).c_str(), CFile::modeRead | CFile::typeText))
+            << expected.file;
+        int cards = 0;
+        for (CVCard card; card.ReadFromTextFile(file); card = CVCard())
+            ++cards;
+        EXPECT_EQ(cards, expected.cards) << expected.file;
+    }
+
+    // Every other file reads to its end without trouble, one card at least.
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(root))
+    {
+        if (entry.path().extension() != ".vcf" ||
+            entry.path().filename() == "v21_invalid_comment_line.vcf")
+            continue;
+        CStdioFile file;
+        ASSERT_TRUE(file.Open(entry.path().c_str(), CFile::modeRead | CFile::typeText));
+        int cards = 0;
+        for (CVCard card; card.ReadFromTextFile(file); card = CVCard())
+            ++cards;
+        EXPECT_GE(cards, 1) << entry.path();
+    }
+}
