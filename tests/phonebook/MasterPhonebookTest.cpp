@@ -3,6 +3,7 @@
 #include <random>
 #include <set>
 #include <shared/phonebook/CMasterPhonebook.h>
+#include <shared/platform/SystemTime.h>
 
 namespace
 {
@@ -14,22 +15,29 @@ CPhonebookEntryAttributes Permissions(unsigned bits)
 }
 } // namespace
 
-TEST(MasterPhonebook, IssuesIdsUnderItsHighPartWithoutCollisions)
+TEST(MasterPhonebook, IssuesTimeBasedIdsUnderItsHighPartWithoutCollisions)
 {
+    // 2024-01-02 03:04:05 UTC, 1704164645 seconds after 1970.
+    shared::platform::CManualSystemTimeSource clock(1704164645LL * 1000);
+    shared::platform::CScopedSystemTimeSource useClock(clock);
+
     CMasterPhonebook book;
     book.SetHighPart(0x77);
-    std::set<Cint64> ids;
-    for (int i = 0; i < 50; ++i)
+    for (unsigned i = 0; i < 5; ++i)
     {
         const Cint64 id = book.AddEntry("n", "0123", "", CPhonebookEntryAttributes());
+        EXPECT_EQ(id, Cint64(0x77, 1704164645u + i)) << "entries of one second follow each other";
         EXPECT_TRUE(book.IsHighPartComparisonOk(id));
-        EXPECT_TRUE(ids.insert(id).second);
     }
-    // Fifty entries in well under fifty seconds: ids of one second follow each other.
-    const Cint64 first = *ids.begin();
-    const Cint64 last = *ids.rbegin();
-    EXPECT_LT(last.GetLowPart() - first.GetLowPart(), 100u);
-    EXPECT_EQ(book.GetNumEntries(), 50);
+    clock.Advance(2000);
+    EXPECT_EQ(book.AddEntry("n", "0123", "", CPhonebookEntryAttributes()),
+              Cint64(0x77, 1704164645u + 5))
+        << "a later second still skips ids already taken";
+    clock.Advance(60000);
+    EXPECT_EQ(book.AddEntry("n", "0123", "", CPhonebookEntryAttributes()),
+              Cint64(0x77, 1704164645u + 62));
+    EXPECT_FALSE(book.IsHighPartComparisonOk(Cint64(0x78, 1704164645u)));
+    EXPECT_EQ(book.GetNumEntries(), 7);
 }
 
 TEST(MasterPhonebook, AddFindAndDelete)
