@@ -72,9 +72,10 @@ constexpr std::array<std::uint32_t, 256> MakeCRC32Table()
 static_assert(MakeCRC16Table()[1] == 0x1021 && MakeCRC16Table()[255] == 0x1EF0);
 static_assert(MakeCRC32Table()[1] == 0x77073096u && MakeCRC32Table()[255] == 0x2D02EF8Du);
 
+// XON and XOFF, also with bit 7 set: 0x11, 0x13, 0x91, 0x93.
 bool IsIgnoredFlowControl(int c)
 {
-    return c == 0x11 || c == 0x13 || c == 0x91 || c == 0x93;
+    return (c & ~0x82) == 0x11;
 }
 
 } // namespace
@@ -641,22 +642,28 @@ int CZModem::ReceiveBinaryHeader32()
 
 int CZModem::ReadByteWithEscapeDecode()
 {
+    const int c = ReadByteWithTimeOut(m_ulReceiveTimeout);
+    if (c < 0 || (c & 0x60) != 0)
+        return c;
+    return DecodeControlByte(c);
+}
+
+// The rarer half of the decoding: a byte with neither of bits 0x60 set (ZDLE, flow control or
+// another control character), which may need more bytes.
+int CZModem::DecodeControlByte(int c)
+{
     const bool escapeControls = (m_eFlags & ZMODEM_ESCAPE_CONTROLS) != 0;
-    int c = 0;
     for (;;)
     {
-        c = ReadByteWithTimeOut(m_ulReceiveTimeout);
-        if (c < 0)
-            return c;
         if (c & 0x60)
             return c;
         if (c == ZDLE)
             break;
-        if (IsIgnoredFlowControl(c))
-            continue;
-        if (escapeControls)
-            continue;
-        return c;
+        if (!IsIgnoredFlowControl(c) && !escapeControls)
+            return c;
+        c = ReadByteWithTimeOut(m_ulReceiveTimeout);
+        if (c < 0)
+            return c;
     }
 
     // After ZDLE. Five CANs in a row, this ZDLE included, are the sender's cancel.
@@ -701,35 +708,46 @@ int CZModem::ReceiveBinaryData(std::uint8_t* buffer, unsigned long size, unsigne
                                : ReceiveData16(buffer, size, count);
 }
 
+// Data subpackets are the bulk of a transfer, so their loop reads bytes itself and leaves only
+// control bytes to the full decoder.
 int CZModem::ReceiveData16(std::uint8_t* buffer, unsigned long size, unsigned long& count)
 {
+    const unsigned long timeoutMs = m_ulReceiveTimeout * 100;
+    const bool escapeControls = (m_eFlags & ZMODEM_ESCAPE_CONTROLS) != 0;
     std::uint16_t crc = 0;
     unsigned long n = 0;
     for (;;)
     {
-        const int c = ReadByteWithEscapeDecode();
-        if (c == RESULT_GOTCAN)
-            return ZCAN;
-        if (c < 0)
-            return c;
-        if (c > 0xFF)
+        unsigned char byte = 0;
+        if (!ZReadByte(byte, timeoutMs))
+            return RESULT_TIMEOUT;
+        int c = byte;
+        if ((byte & 0x60) == 0 && (escapeControls || byte == ZDLE || IsIgnoredFlowControl(byte)))
         {
-            crc = UpdateCRC16(static_cast<std::uint8_t>(c & 0xFF), crc);
-            for (int k = 0; k < 2; ++k)
+            c = DecodeControlByte(byte);
+            if (c == RESULT_GOTCAN)
+                return ZCAN;
+            if (c < 0)
+                return c;
+            if (c > 0xFF)
             {
-                const int b = ReadByteWithEscapeDecode();
-                if (b == RESULT_GOTCAN)
-                    return ZCAN;
-                if (b < 0)
-                    return b;
-                if (b > 0xFF)
+                crc = UpdateCRC16(static_cast<std::uint8_t>(c & 0xFF), crc);
+                for (int k = 0; k < 2; ++k)
+                {
+                    const int b = ReadByteWithEscapeDecode();
+                    if (b == RESULT_GOTCAN)
+                        return ZCAN;
+                    if (b < 0)
+                        return b;
+                    if (b > 0xFF)
+                        return RESULT_ERROR;
+                    crc = UpdateCRC16(static_cast<std::uint8_t>(b), crc);
+                }
+                if (crc != 0)
                     return RESULT_ERROR;
-                crc = UpdateCRC16(static_cast<std::uint8_t>(b), crc);
+                count = n;
+                return c;
             }
-            if (crc != 0)
-                return RESULT_ERROR;
-            count = n;
-            return c;
         }
         if (n >= size)
             return RESULT_ERROR;
@@ -740,33 +758,42 @@ int CZModem::ReceiveData16(std::uint8_t* buffer, unsigned long size, unsigned lo
 
 int CZModem::ReceiveData32(std::uint8_t* buffer, unsigned long size, unsigned long& count)
 {
+    const unsigned long timeoutMs = m_ulReceiveTimeout * 100;
+    const bool escapeControls = (m_eFlags & ZMODEM_ESCAPE_CONTROLS) != 0;
     std::uint32_t crc = 0xFFFFFFFFu;
     unsigned long n = 0;
     for (;;)
     {
-        const int c = ReadByteWithEscapeDecode();
-        if (c == RESULT_GOTCAN)
-            return ZCAN;
-        if (c < 0)
-            return c;
-        if (c > 0xFF)
+        unsigned char byte = 0;
+        if (!ZReadByte(byte, timeoutMs))
+            return RESULT_TIMEOUT;
+        int c = byte;
+        if ((byte & 0x60) == 0 && (escapeControls || byte == ZDLE || IsIgnoredFlowControl(byte)))
         {
-            crc = UpdateCRC32(static_cast<std::uint8_t>(c & 0xFF), crc);
-            for (int k = 0; k < 4; ++k)
+            c = DecodeControlByte(byte);
+            if (c == RESULT_GOTCAN)
+                return ZCAN;
+            if (c < 0)
+                return c;
+            if (c > 0xFF)
             {
-                const int b = ReadByteWithEscapeDecode();
-                if (b == RESULT_GOTCAN)
-                    return ZCAN;
-                if (b < 0)
-                    return b;
-                if (b > 0xFF)
+                crc = UpdateCRC32(static_cast<std::uint8_t>(c & 0xFF), crc);
+                for (int k = 0; k < 4; ++k)
+                {
+                    const int b = ReadByteWithEscapeDecode();
+                    if (b == RESULT_GOTCAN)
+                        return ZCAN;
+                    if (b < 0)
+                        return b;
+                    if (b > 0xFF)
+                        return RESULT_ERROR;
+                    crc = UpdateCRC32(static_cast<std::uint8_t>(b), crc);
+                }
+                if (crc != CRC32_RESIDUE)
                     return RESULT_ERROR;
-                crc = UpdateCRC32(static_cast<std::uint8_t>(b), crc);
+                count = n;
+                return c;
             }
-            if (crc != CRC32_RESIDUE)
-                return RESULT_ERROR;
-            count = n;
-            return c;
         }
         if (n >= size)
             return RESULT_ERROR;

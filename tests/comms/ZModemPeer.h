@@ -171,6 +171,9 @@ public:
             m_writeFd = toChild[1];
             m_readFd = fromChild[0];
         }
+        // Reads are non-blocking; on a pseudo-terminal the write descriptor shares the flag,
+        // which Write allows for.
+        ::fcntl(m_readFd, F_SETFL, ::fcntl(m_readFd, F_GETFL) | O_NONBLOCK);
         return true;
     }
 
@@ -196,28 +199,29 @@ public:
             m_deadline, std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs));
         for (;;)
         {
+            // The descriptor is non-blocking: read what is there, wait only when nothing is.
+            const ssize_t n = ::read(m_readFd, m_buffer, sizeof m_buffer);
+            if (n > 0)
+            {
+                m_filled = static_cast<std::size_t>(n);
+                m_next = 0;
+                m_bytesRead += m_filled;
+                byte = m_buffer[m_next++];
+                return true;
+            }
+            if (n == 0)
+                return false; // the child closed its side: answer as a timeout, at once
+            if (errno == EINTR)
+                continue;
+            if (errno != EAGAIN && errno != EWOULDBLOCK)
+                return false;
             const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
                 limit - std::chrono::steady_clock::now());
+            if (left.count() <= 0)
+                return false;
             pollfd p{m_readFd, POLLIN, 0};
-            const int ready = ::poll(&p, 1, static_cast<int>(std::max<long>(0, left.count())));
-            if (ready < 0 && errno == EINTR)
-                continue;
-            if (ready <= 0)
+            if (::poll(&p, 1, static_cast<int>(left.count())) == 0)
                 return false;
-            const ssize_t n = ::read(m_readFd, m_buffer, sizeof m_buffer);
-            if (n < 0 && errno == EINTR)
-                continue;
-            if (n <= 0)
-            {
-                // The child closed its side: nothing more will come, answer as a timeout
-                // without waiting.
-                return false;
-            }
-            m_filled = static_cast<std::size_t>(n);
-            m_next = 0;
-            m_bytesRead += m_filled;
-            byte = m_buffer[m_next++];
-            return true;
         }
     }
 

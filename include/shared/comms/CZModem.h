@@ -146,6 +146,7 @@ private:
     int Read7BitByte(unsigned long tenths);
     int ReadHexByte();
     int ReadByteWithEscapeDecode();
+    int DecodeControlByte(int c);
 
     void SendHexHeader(int type, std::array<std::uint8_t, 4> const& header);
     void SendPositionHeader(int type, std::uint32_t value);
