@@ -581,13 +581,26 @@ int CString::Delete(int iIndex, int nCount)
 
 std::string CString::TranslateFormat(const char* pszFormat)
 {
+    return TranslateFormat(pszFormat, nullptr, 0);
+}
+
+std::string CString::TranslateFormat(const char* pszFormat, const EFormatArg* pKinds,
+                                     std::size_t nKinds)
+{
     std::string out;
     if (pszFormat == nullptr)
     {
         return out;
     }
     const std::string_view fmt(pszFormat);
-    out.reserve(fmt.size() + 4);
+    // Positional arguments ("%1$d") break the one-conversion-one-argument walk; such formats keep
+    // their size prefixes as written.
+    const bool typed = pKinds != nullptr && fmt.find('$') == std::string_view::npos;
+    out.reserve(fmt.size() + 8);
+    std::size_t arg = 0;
+    const auto kindAt = [&](std::size_t index)
+    { return typed && index < nKinds ? pKinds[index] : EFormatArg::Other; };
+
     std::size_t i = 0;
     while (i < fmt.size())
     {
@@ -602,17 +615,23 @@ std::string CString::TranslateFormat(const char* pszFormat)
             out += fmt[i++];
             continue;
         }
-        // Flags, width and precision pass through unchanged.
+        // Flags, width and precision pass through; a '*' takes an argument of its own.
         while (i < fmt.size() && std::strchr("-+ #0'123456789.*", fmt[i]) != nullptr)
         {
+            if (fmt[i] == '*')
+            {
+                ++arg;
+            }
             out += fmt[i++];
         }
+        // The size prefix as written, in the C library's spelling.
+        std::string prefix;
         if (i < fmt.size() && fmt[i] == 'I')
         {
             const std::string_view rest = fmt.substr(i + 1);
             if (rest.starts_with("64"))
             {
-                out += "ll";
+                prefix = "ll";
                 i += 3;
             }
             else if (rest.starts_with("32"))
@@ -621,12 +640,82 @@ std::string CString::TranslateFormat(const char* pszFormat)
             }
             else
             {
-                out += 'z';
+                prefix = "z";
                 i += 1;
             }
         }
+        else
+        {
+            while (i < fmt.size() && std::strchr("hlLqjzt", fmt[i]) != nullptr)
+            {
+                prefix += fmt[i++];
+            }
+        }
+        if (i >= fmt.size())
+        {
+            out += prefix;
+            break;
+        }
+        const char conversion = fmt[i];
+        const EFormatArg kind = kindAt(arg);
+        if (std::strchr("diouxX", conversion) != nullptr)
+        {
+            if (kind == EFormatArg::Int)
+            {
+                // Keep a narrowing "h"/"hh": it changes what is printed, not what is read.
+                if (prefix != "h" && prefix != "hh")
+                {
+                    prefix.clear();
+                }
+            }
+            else if (kind == EFormatArg::LongLong)
+            {
+                prefix = "ll";
+            }
+        }
+        else if (std::strchr("eEfFgGaA", conversion) != nullptr)
+        {
+            if (kind == EFormatArg::Double)
+            {
+                prefix.clear();
+            }
+            else if (kind == EFormatArg::LongDouble)
+            {
+                prefix = "L";
+            }
+        }
+        else if (conversion == 'c' && kind == EFormatArg::Int)
+        {
+            prefix.clear(); // 8-bit characters only
+        }
+        out += prefix;
+        out += conversion;
+        ++i;
+        ++arg;
     }
     return out;
+}
+
+void CString::FormatTyped(bool bAppend, const char* pszFormat, const EFormatArg* pKinds,
+                          std::size_t nKinds, ...)
+{
+    std::string result;
+    if (pszFormat != nullptr)
+    {
+        const std::string translated = TranslateFormat(pszFormat, pKinds, nKinds);
+        va_list args;
+        va_start(args, nKinds);
+        AppendPrintf(result, translated.c_str(), args);
+        va_end(args);
+    }
+    if (bAppend)
+    {
+        m_str += result;
+    }
+    else
+    {
+        m_str = std::move(result);
+    }
 }
 
 void CString::FormatV(const char* pszFormat, va_list args)

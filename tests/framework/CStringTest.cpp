@@ -283,3 +283,30 @@ TEST(CStringTest, TranslateFormatOnlyTouchesConversionPrefixes)
     EXPECT_EQ(CString::TranslateFormat("I64 %I64x %%I64 %08I64u %I32d %Id %ld"),
               "I64 %llx %%I64 %08llu %d %zd %ld");
 }
+
+TEST(CStringTest, FormatFitsSizePrefixesToTheArgumentsPassed)
+{
+    CString s;
+    // Windows formats for 32-bit longs and DWORDs.
+    const LONG lValue = -7;
+    const DWORD dwValue = 0xDEADBEEF;
+    s.Format("%ld|%08lx|%lu", lValue, dwValue, dwValue);
+    EXPECT_EQ(s, "-7|deadbeef|3735928559");
+    // 64-bit counts through plain conversions, and MFC's I64 with a small value.
+    const INT_PTR count = INT_PTR{1} << 40;
+    s.Format("%d|%5u|%I64d|%*d", count, std::size_t{3}, 12, 4, count);
+    EXPECT_EQ(s, "1099511627776|    3|12|1099511627776");
+    // Narrowing prefixes keep their effect; floats and long doubles print right.
+    s.Format("%hu|%hhd|%lf|%Lf|%f", 65537, 257, 1.5f, 2.5, 3.5L);
+    EXPECT_EQ(s, "1|1|1.500000|2.500000|3.500000");
+    // Enumerations, characters and booleans are ints.
+    enum class EColour : long long
+    {
+        Red = 5000000000LL
+    };
+    s.Format("%d %c %d", EColour::Red, 'x', true);
+    EXPECT_EQ(s, "5000000000 x 1");
+    // Positional formats are left as written.
+    s.Format("%2$s %1$s", "world", "hello");
+    EXPECT_EQ(s, "hello world");
+}

@@ -10,8 +10,12 @@
 // are ignored. Nothing here throws except std::bad_alloc.
 //
 // Format and AppendFormat take printf-style formats including MFC's size prefixes "I64", "I32"
-// and "I" (so "%016I64X" works). They are templates so that a CString argument for "%s" is
-// passed as its text, as MFC code is used to doing; every other argument goes through unchanged.
+// and "I" (so "%016I64X" works). They are templates, which buys two things: a CString argument for
+// "%s" is passed as its text, as MFC code is used to doing; and the size prefix of each integer or
+// floating-point conversion is set from the type actually passed, so formats written for Windows'
+// 32-bit long ("%ld" with a LONG or DWORD, "%08lx") and counts that are 64-bit here ("%d" with an
+// INT_PTR) print correctly instead of reading the wrong number of bytes. The conversion letter
+// itself is never changed.
 
 #include <compare>
 #include <cstdarg>
@@ -176,11 +180,13 @@ public:
     // --------------------------------------------------------------------------------
     template <typename... Args> void Format(const char* pszFormat, const Args&... args)
     {
-        FormatRaw(pszFormat, FormatArg(args)...);
+        static constexpr EFormatArg kinds[] = {KindOf<Args>()..., EFormatArg::Other};
+        FormatTyped(false, pszFormat, kinds, sizeof...(Args), FormatArg(args)...);
     }
     template <typename... Args> void AppendFormat(const char* pszFormat, const Args&... args)
     {
-        AppendFormatRaw(pszFormat, FormatArg(args)...);
+        static constexpr EFormatArg kinds[] = {KindOf<Args>()..., EFormatArg::Other};
+        FormatTyped(true, pszFormat, kinds, sizeof...(Args), FormatArg(args)...);
     }
     void FormatV(const char* pszFormat, va_list args);
     void AppendFormatV(const char* pszFormat, va_list args);
@@ -192,6 +198,42 @@ public:
     // Translates MFC's size prefixes in a printf format to the C library's ("I64" -> "ll",
     // "I32" -> "", "I" -> "z"). Exposed for other variadic formatters of the library.
     static std::string TranslateFormat(const char* pszFormat);
+
+    // What kind of value a Format argument is, for choosing the size prefix of its conversion.
+    enum class EFormatArg : unsigned char
+    {
+        Int,        // integers and enumerations of at most the size of int
+        LongLong,   // 8-byte integers
+        Double,     // float (promoted) and double
+        LongDouble, // long double
+        Other       // pointers, strings and anything else: the format is trusted
+    };
+    template <typename T> static constexpr EFormatArg KindOf() noexcept
+    {
+        using U = std::remove_cv_t<std::remove_reference_t<T>>;
+        if constexpr (std::is_enum_v<U> || std::is_integral_v<U>)
+        {
+            return sizeof(U) <= sizeof(int) ? EFormatArg::Int : EFormatArg::LongLong;
+        }
+        else if constexpr (std::is_same_v<U, long double>)
+        {
+            return EFormatArg::LongDouble;
+        }
+        else if constexpr (std::is_floating_point_v<U>)
+        {
+            return EFormatArg::Double;
+        }
+        else
+        {
+            return EFormatArg::Other;
+        }
+    }
+    // TranslateFormat, with each numeric conversion's size prefix made to fit its argument.
+    static std::string TranslateFormat(const char* pszFormat, const EFormatArg* pKinds,
+                                       std::size_t nKinds);
+    // The engine of the Format templates: C varargs described by pKinds.
+    void FormatTyped(bool bAppend, const char* pszFormat, const EFormatArg* pKinds,
+                     std::size_t nKinds, ...);
 
     // A view of the text, for modern callers.
     std::string_view View() const noexcept { return m_str; }
