@@ -1,4 +1,5 @@
 #include <cmath>
+#include <new>
 #include <shared/framework/COleDateTime.h>
 #include <shared/platform/SystemTime.h>
 #include <string>
@@ -139,6 +140,262 @@ DATE DateFromLinear(double value)
 bool InRange(DATE dt)
 {
     return dt > static_cast<double>(kMinDay) - 1.0 && dt < static_cast<double>(kMaxDay) + 1.0;
+}
+
+// --- Parsing
+// ---------------------------------------------------------------------------------------
+
+struct ParsedText
+{
+    bool hasDate = false;
+    int year = 1899, month = 12, day = 30;
+    bool hasTime = false;
+    int hour = 0, minute = 0, second = 0;
+    int meridiem = 0; // 0 none, 1 AM, 2 PM
+};
+
+bool ParseNumber(std::string_view text, int& value)
+{
+    if (text.empty() || text.size() > 9)
+    {
+        return false;
+    }
+    value = 0;
+    for (const char c : text)
+    {
+        if (c < '0' || c > '9')
+        {
+            return false;
+        }
+        value = value * 10 + (c - '0');
+    }
+    return true;
+}
+
+int FullYear(std::string_view digits, int year)
+{
+    if (digits.size() <= 2)
+    {
+        return year < 30 ? 2000 + year : 1900 + year;
+    }
+    return year;
+}
+
+std::vector<std::string_view> Split(std::string_view text, char separator)
+{
+    std::vector<std::string_view> parts;
+    std::size_t start = 0;
+    for (std::size_t at = text.find(separator); at != std::string_view::npos;
+         at = text.find(separator, start))
+    {
+        parts.push_back(text.substr(start, at - start));
+        start = at + 1;
+    }
+    parts.push_back(text.substr(start));
+    return parts;
+}
+
+bool EqualsNoCase(std::string_view a, std::string_view b)
+{
+    if (a.size() != b.size())
+    {
+        return false;
+    }
+    for (std::size_t i = 0; i < a.size(); ++i)
+    {
+        if (std::tolower(static_cast<unsigned char>(a[i])) !=
+            std::tolower(static_cast<unsigned char>(b[i])))
+        {
+            return false;
+        }
+    }
+    return true;
+}
+
+int MeridiemOf(std::string_view word)
+{
+    if (EqualsNoCase(word, "AM") || EqualsNoCase(word, "A.M."))
+    {
+        return 1;
+    }
+    if (EqualsNoCase(word, "PM") || EqualsNoCase(word, "P.M."))
+    {
+        return 2;
+    }
+    return 0;
+}
+
+// 1-12 for a month name or its abbreviation of at least three letters, else 0.
+int MonthOf(std::string_view word)
+{
+    static constexpr const char* kMonths[] = {"january",   "february", "march",    "april",
+                                              "may",       "june",     "july",     "august",
+                                              "september", "october",  "november", "december"};
+    if (word.size() < 3)
+    {
+        return 0;
+    }
+    for (int m = 0; m < 12; ++m)
+    {
+        const std::string_view name(kMonths[m]);
+        if (word.size() <= name.size() && EqualsNoCase(word, name.substr(0, word.size())))
+        {
+            return m + 1;
+        }
+    }
+    return 0;
+}
+
+bool ParseTimeToken(std::string_view token, ParsedText& out)
+{
+    // A meridiem may be glued on: "4:05PM".
+    std::size_t end = token.size();
+    while (end > 0 && std::isalpha(static_cast<unsigned char>(token[end - 1])) != 0)
+    {
+        --end;
+    }
+    if (end < token.size())
+    {
+        out.meridiem = MeridiemOf(token.substr(end));
+        if (out.meridiem == 0)
+        {
+            return false;
+        }
+    }
+    const auto parts = Split(token.substr(0, end), ':');
+    if (out.hasTime || parts.size() < 2 || parts.size() > 3 || !ParseNumber(parts[0], out.hour) ||
+        !ParseNumber(parts[1], out.minute) ||
+        (parts.size() == 3 && !ParseNumber(parts[2], out.second)))
+    {
+        return false;
+    }
+    out.hasTime = true;
+    return true;
+}
+
+bool ParseDateToken(std::string_view token, char separator, ParsedText& out)
+{
+    const auto parts = Split(token, separator);
+    int a = 0;
+    int b = 0;
+    int c = 0;
+    if (out.hasDate || parts.size() != 3 || !ParseNumber(parts[0], a) ||
+        !ParseNumber(parts[1], b) || !ParseNumber(parts[2], c))
+    {
+        return false;
+    }
+    if (parts[0].size() == 4) // year first: 2006-06-12
+    {
+        out.year = a;
+        out.month = b;
+        out.day = c;
+    }
+    else // the United States order: 6/12/2006
+    {
+        out.month = a;
+        out.day = b;
+        out.year = FullYear(parts[2], c);
+    }
+    out.hasDate = true;
+    return true;
+}
+
+bool ParseText(std::string_view text, ParsedText& out)
+{
+    std::vector<std::string_view> tokens;
+    std::size_t i = 0;
+    while (i < text.size())
+    {
+        while (i < text.size() &&
+               (std::isspace(static_cast<unsigned char>(text[i])) != 0 || text[i] == ','))
+        {
+            ++i;
+        }
+        const std::size_t start = i;
+        while (i < text.size() && std::isspace(static_cast<unsigned char>(text[i])) == 0 &&
+               text[i] != ',')
+        {
+            ++i;
+        }
+        if (i > start)
+        {
+            tokens.push_back(text.substr(start, i - start));
+        }
+    }
+
+    int monthByName = 0;
+    std::vector<std::string_view> numbers;
+    for (const std::string_view token : tokens)
+    {
+        bool ok = true;
+        int value = 0;
+        if (token.find(':') != std::string_view::npos)
+        {
+            ok = ParseTimeToken(token, out);
+        }
+        else if (token.find('/') != std::string_view::npos)
+        {
+            ok = ParseDateToken(token, '/', out);
+        }
+        else if (token.find('-') != std::string_view::npos)
+        {
+            ok = ParseDateToken(token, '-', out);
+        }
+        else if (token.find('.') != std::string_view::npos && MeridiemOf(token) == 0)
+        {
+            ok = ParseDateToken(token, '.', out);
+        }
+        else if (ParseNumber(token, value))
+        {
+            numbers.push_back(token);
+        }
+        else if (const int meridiem = MeridiemOf(token); meridiem != 0 && out.meridiem == 0)
+        {
+            out.meridiem = meridiem;
+        }
+        else if (const int month = MonthOf(token); month != 0 && monthByName == 0)
+        {
+            monthByName = month;
+        }
+        else
+        {
+            ok = false;
+        }
+        if (!ok)
+        {
+            return false;
+        }
+    }
+
+    if (monthByName != 0)
+    {
+        // "12 June 2006" or "June 12, 2006": a day and a year around the month's name.
+        int first = 0;
+        int second = 0;
+        if (out.hasDate || numbers.size() != 2 || !ParseNumber(numbers[0], first) ||
+            !ParseNumber(numbers[1], second))
+        {
+            return false;
+        }
+        out.month = monthByName;
+        out.day = first;
+        out.year = FullYear(numbers[1], second);
+        out.hasDate = true;
+    }
+    else if (!numbers.empty())
+    {
+        return false; // a bare number is no date or time
+    }
+
+    if (out.meridiem != 0)
+    {
+        if (!out.hasTime || out.hour < 1 || out.hour > 12)
+        {
+            return false;
+        }
+        out.hour = out.hour % 12 + (out.meridiem == 2 ? 12 : 0);
+    }
+    return out.hasDate || out.hasTime;
 }
 
 } // namespace
@@ -427,4 +684,39 @@ CString COleDateTime::Format(DWORD dwFlags, LCID /*lcid*/) const
                           p.hour < 12 ? "AM" : "PM");
     }
     return text;
+}
+
+bool COleDateTime::ParseDateTime(LPCTSTR lpszDate, DWORD dwFlags, LCID /*lcid*/) noexcept
+{
+    ParsedText parsed;
+    bool ok = false;
+    try
+    {
+        ok = lpszDate != nullptr && ParseText(lpszDate, parsed);
+    }
+    catch (const std::bad_alloc&)
+    {
+        ok = false;
+    }
+    if (ok)
+    {
+        if ((dwFlags & VAR_TIMEVALUEONLY) != 0)
+        {
+            parsed.year = 1899;
+            parsed.month = 12;
+            parsed.day = 30;
+        }
+        if ((dwFlags & VAR_DATEVALUEONLY) != 0)
+        {
+            parsed.hour = parsed.minute = parsed.second = 0;
+        }
+        ok = SetDateTime(parsed.year, parsed.month, parsed.day, parsed.hour, parsed.minute,
+                         parsed.second) == valid;
+    }
+    if (!ok)
+    {
+        m_dt = 0.0;
+        m_status = invalid;
+    }
+    return ok;
 }

@@ -326,3 +326,47 @@ TEST(COleDateTimeSpanTest, RangeArithmeticComparisonAndFormat)
     EXPECT_EQ(invalidSpan.Format("%D"), "Invalid DateTimeSpan");
     EXPECT_EQ(COleDateTimeSpan(1.0).Format("x%"), "x");
 }
+
+TEST(COleDateTimeTest, ParsesTheCommonDateAndTimeForms)
+{
+    struct Case
+    {
+        const char* text;
+        const char* expected; // "%Y-%m-%d %H:%M:%S"
+    };
+    const Case cases[] = {
+        {"6/12/2006", "2006-06-12 00:00:00"},
+        {"6/12/2006 4:05:09 PM", "2006-06-12 16:05:09"},
+        {"  2006-06-12 16:05  ", "2006-06-12 16:05:00"},
+        {"12 June 2006 12:00:01 am", "2006-06-12 00:00:01"},
+        {"Jun 12, 2006 12:30pm", "2006-06-12 12:30:00"},
+        {"16:05:09 6/12/2006", "2006-06-12 16:05:09"},
+        {"16:05", "1899-12-30 16:05:00"},
+        {"1/2/29", "2029-01-02 00:00:00"},
+        {"1/2/30", "1930-01-02 00:00:00"},
+        {"12.06.2006", "2006-12-06 00:00:00"},
+    };
+    for (const Case& c : cases)
+    {
+        COleDateTime dt;
+        EXPECT_TRUE(dt.ParseDateTime(c.text)) << c.text;
+        EXPECT_EQ(dt.Format("%Y-%m-%d %H:%M:%S"), c.expected) << c.text;
+    }
+
+    COleDateTime dt;
+    EXPECT_TRUE(dt.ParseDateTime("6/12/2006 4:05:09 PM", VAR_DATEVALUEONLY));
+    EXPECT_EQ(dt.m_dt, COleDateTime(2006, 6, 12, 0, 0, 0).m_dt);
+    EXPECT_TRUE(dt.ParseDateTime("6/12/2006 4:05:09 PM", VAR_TIMEVALUEONLY));
+    EXPECT_EQ(dt.m_dt, COleDateTime(1899, 12, 30, 16, 5, 9).m_dt);
+
+    for (const char* bad :
+         {"", "   ", "hello", "2006", "13/1/2006", "2/30/2006", "25:00", "13:00 PM", "PM",
+          "6/12/2006 7/1/2006", "1:2:3:4", "June 2006", "6/12/2006 4:05 XM", "Smarch 1, 2006"})
+    {
+        COleDateTime parsed(2006, 1, 1, 0, 0, 0);
+        EXPECT_FALSE(parsed.ParseDateTime(bad)) << bad;
+        EXPECT_EQ(parsed.GetStatus(), COleDateTime::invalid) << bad;
+        EXPECT_EQ(parsed.m_dt, 0.0);
+    }
+    EXPECT_FALSE(dt.ParseDateTime(nullptr));
+}

@@ -97,6 +97,13 @@ public:
     // left out at midnight and the date on 1899-12-30, unless the flags ask for one part only.
     CString Format(DWORD dwFlags = 0, LCID lcid = LANG_USER_DEFAULT) const;
 
+    // Reads a date, a time or both, as an English (United States) system would: dates as
+    // "6/12/2006", "2006-06-12", "12 June 2006" or "June 12, 2006" (two-digit years 00-29 are
+    // 2000-2029, 30-99 are 1930-1999); times as "16:05", "16:05:09" or "4:05:09 PM". A missing
+    // date is 1899-12-30 and a missing time midnight; VAR_DATEVALUEONLY and VAR_TIMEVALUEONLY drop
+    // the other part. On failure the value becomes 0 with invalid status and false is returned.
+    bool ParseDateTime(LPCTSTR lpszDate, DWORD dwFlags = 0, LCID lcid = LANG_USER_DEFAULT) noexcept;
+
     DATE m_dt = 0.0;
     DateTimeStatus m_status = valid;
 };
