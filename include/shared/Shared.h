@@ -26,6 +26,7 @@
 #include <shared/platform/RegistryStore.h>
 #include <shared/platform/SystemError.h>
 #include <shared/platform/SystemTime.h>
+#include <shared/platform/TimeZoneRules.h>
 #include <shared/platform/UserName.h>
 #include <shared/platform/VersionResource.h>
 
@@ -42,6 +43,17 @@
 #include <shared/foundation/HashKey.h>
 
 // time
+#include <shared/time/CAnyChunk.h>
+#include <shared/time/CAnyCuteChunk.h>
+#include <shared/time/CChunk.h>
+#include <shared/time/CClock.h>
+#include <shared/time/CCuteChunk.h>
+#include <shared/time/CDialogConverter.h>
+#include <shared/time/CHazardWatchDog.h>
+#include <shared/time/CSimpleWatchDog.h>
+#include <shared/time/CWatchChunk.h>
+#include <shared/time/CYearWeekPeriod.h>
+#include <shared/time/NCivilTime.h>
 
 // positioning
 #include <shared/positioning/CCoordTransform.h>

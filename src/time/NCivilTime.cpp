@@ -1,5 +1,5 @@
-#include <ctime>
 #include <mutex>
+#include <shared/platform/SystemTime.h>
 #include <shared/platform/TimeZoneRules.h>
 #include <shared/time/NCivilTime.h>
 
@@ -111,7 +111,8 @@ int SetTimeZone(void)
     s.cachedYear = -1;
 
     shared::platform::TimeZoneInformation info;
-    if (shared::platform::GetTimeZoneInformation(info, std::time(nullptr)) ==
+    if (shared::platform::GetTimeZoneInformation(info,
+                                                 shared::platform::GetUtcMilliseconds() / 1000) ==
         shared::platform::ETimeZoneState::Invalid)
         return 0;
     if (info.StandardDate.wMonth == 0)
