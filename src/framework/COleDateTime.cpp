@@ -1,8 +1,12 @@
+#include <cctype>
 #include <cmath>
+#include <cstring>
 #include <new>
 #include <shared/framework/COleDateTime.h>
 #include <shared/platform/SystemTime.h>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace
 {
