@@ -49,8 +49,8 @@ std::string ChangeDate(const shared::platform::ZoneChangeDate& d)
     else
         std::snprintf(text, sizeof text, "%s %s of %s at %02u:%02u:%02u",
                       d.wDay <= 5 ? kWeeks[d.wDay] : "?",
-                      d.wDayOfWeek <= 6 ? kWeekdays[d.wDayOfWeek] : "?", d.wMonth, d.wHour,
-                      d.wMinute, d.wSecond);
+                      d.wDayOfWeek <= 6 ? kWeekdays[d.wDayOfWeek] : "?",
+                      kMonths[d.wMonth <= 12 ? d.wMonth : 0], d.wHour, d.wMinute, d.wSecond);
     return text;
 }
 
