@@ -7,6 +7,7 @@
 #include <shared/platform/SystemTime.h>
 #include <shared/platform/UserName.h>
 #include <string>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -188,6 +189,27 @@ TEST_F(CLogTest, UnopenableFilesGiveFalseWithoutOtherEffect)
     EXPECT_TRUE(CLog::AddToLog(0, "elsewhere"));
     EXPECT_FALSE(std::filesystem::exists("Application.log"));
     EXPECT_EQ(Contents("other.log"), Prefix("INFO") + "elsewhere\r\n");
+}
+
+TEST_F(CLogTest, ConcurrentWritersInOneProcessLoseNothing)
+{
+    std::vector<std::thread> writers;
+    for (int t = 0; t < 4; ++t)
+    {
+        writers.emplace_back(
+            [t]
+            {
+                for (int i = 0; i < 40; ++i)
+                {
+                    CLog::AddToLog(0, "writer %d entry %d", t, i);
+                }
+            });
+    }
+    for (auto& writer : writers)
+    {
+        writer.join();
+    }
+    EXPECT_EQ(Lines().size(), 160u);
 }
 
 TEST_F(CLogTest, TraceWriteHasNoEffect)
