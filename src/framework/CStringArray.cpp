@@ -1,7 +1,8 @@
 #include <algorithm>
+#include <shared/archive/CArchive.h>
 #include <shared/framework/CStringArray.h>
 
-IMPLEMENT_DYNCREATE(CStringArray, CObject)
+IMPLEMENT_SERIAL(CStringArray, CObject, 0)
 
 namespace
 {
@@ -168,4 +169,31 @@ void CStringArray::RemoveAt(INT_PTR nIndex, INT_PTR nCount)
     }
     const INT_PTR last = nIndex + std::min(GetSize() - nIndex, nCount);
     m_data.erase(m_data.begin() + nIndex, m_data.begin() + last);
+}
+
+void CStringArray::Serialize(CArchive& ar)
+{
+    CObject::Serialize(ar);
+    if (ar.IsStoring())
+    {
+        ar.WriteCount(static_cast<DWORD_PTR>(m_data.size()));
+        for (const CString& s : m_data)
+        {
+            ar << s;
+        }
+    }
+    else
+    {
+        // Read element by element rather than sizing from the count first, so that a corrupt
+        // count fails at the end of the data instead of allocating what it claims.
+        const DWORD_PTR count = ar.ReadCount();
+        std::vector<CString> loaded;
+        for (DWORD_PTR i = 0; i < count; ++i)
+        {
+            CString s;
+            ar >> s;
+            loaded.push_back(std::move(s));
+        }
+        m_data = std::move(loaded);
+    }
 }

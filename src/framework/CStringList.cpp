@@ -1,6 +1,7 @@
+#include <shared/archive/CArchive.h>
 #include <shared/framework/CStringList.h>
 
-IMPLEMENT_DYNCREATE(CStringList, CObject)
+IMPLEMENT_SERIAL(CStringList, CObject, 0)
 
 CStringList::CStringList(INT_PTR nBlockSize) : m_list(nBlockSize) {}
 
@@ -145,4 +146,27 @@ POSITION CStringList::Find(LPCTSTR searchValue, POSITION startAfter) const
 POSITION CStringList::FindIndex(INT_PTR nIndex) const
 {
     return m_list.FindIndex(nIndex);
+}
+
+void CStringList::Serialize(CArchive& ar)
+{
+    CObject::Serialize(ar);
+    if (ar.IsStoring())
+    {
+        ar.WriteCount(static_cast<DWORD_PTR>(m_list.GetCount()));
+        for (POSITION pos = m_list.GetHeadPosition(); pos != nullptr;)
+        {
+            ar << m_list.GetNext(pos);
+        }
+    }
+    else
+    {
+        DWORD_PTR count = ar.ReadCount();
+        while (count-- > 0)
+        {
+            CString s;
+            ar >> s;
+            m_list.AddTail(s);
+        }
+    }
 }

@@ -15,13 +15,17 @@
 
 class SHARED_API CStringArray : public CObject
 {
-    DECLARE_DYNCREATE(CStringArray)
+    DECLARE_SERIAL(CStringArray)
 
 public:
     CStringArray() = default;
     CStringArray(const CStringArray&) = default;
     CStringArray& operator=(const CStringArray&) = default;
     ~CStringArray() override;
+
+    // The framework's layout: the element count (as CArchive::WriteCount writes it), then each
+    // string. Loading replaces the contents.
+    void Serialize(CArchive& ar) override;
 
     INT_PTR GetSize() const noexcept { return static_cast<INT_PTR>(m_data.size()); }
     INT_PTR GetCount() const noexcept { return GetSize(); }

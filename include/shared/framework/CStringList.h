@@ -11,13 +11,17 @@
 
 class SHARED_API CStringList : public CObject
 {
-    DECLARE_DYNCREATE(CStringList)
+    DECLARE_SERIAL(CStringList)
 
 public:
     explicit CStringList(INT_PTR nBlockSize = 10);
     CStringList(const CStringList&) = default;
     CStringList& operator=(const CStringList&) = default;
     ~CStringList() override;
+
+    // The framework's layout: the element count (as CArchive::WriteCount writes it), then each
+    // string. Loading appends to the list, as in MFC.
+    void Serialize(CArchive& ar) override;
 
     INT_PTR GetCount() const noexcept { return m_list.GetCount(); }
     INT_PTR GetSize() const noexcept { return m_list.GetSize(); }
