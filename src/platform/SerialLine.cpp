@@ -119,7 +119,7 @@ unsigned long CSerialLine::Open(std::string const& path, bool markExclusive)
     }
     m_fd = fd;
     m_bMarkedExclusive = markExclusive && ::ioctl(fd, TIOCEXCL) == 0;
-    m_markState = MarkState::Data;
+    m_marks.Reset();
     return 0;
 }
 
@@ -423,39 +423,42 @@ long CSerialLine::Read(unsigned char* buffer, unsigned long size, SerialLineMark
         error = winerror::kDeviceNotConnected;
         return -1;
     }
-    // Strip the PARMRK marks in place; the output never overtakes the input.
-    long out = 0;
-    for (ssize_t i = 0; i < n; ++i)
+    return static_cast<long>(m_marks.Strip(buffer, static_cast<unsigned long>(n), marks));
+}
+
+unsigned long CSerialMarkDecoder::Strip(unsigned char* buffer, unsigned long size,
+                                        SerialLineMarks& marks)
+{
+    // The output never overtakes the input, so the bytes can be rewritten in place.
+    unsigned long out = 0;
+    for (unsigned long i = 0; i < size; ++i)
     {
         unsigned char const c = buffer[i];
-        switch (m_markState)
+        switch (m_state)
         {
-        case MarkState::Data:
+        case State::Data:
             if (c == 0xFF)
             {
-                m_markState = MarkState::SawFF;
+                m_state = State::SawFF;
             }
             else
             {
                 buffer[out++] = c;
             }
             break;
-        case MarkState::SawFF:
+        case State::SawFF:
             if (c == 0x00)
             {
-                m_markState = MarkState::SawFF00;
+                m_state = State::SawFF00;
                 break;
             }
-            // 0xFF 0xFF is a genuine 0xFF; anything else cannot come from the driver, and is
-            // passed on as it stands.
-            buffer[out++] = 0xFF;
-            if (c != 0xFF)
-            {
-                buffer[out++] = c;
-            }
-            m_markState = MarkState::Data;
+            // 0xFF 0xFF is a genuine 0xFF. Anything else cannot come from the driver; the stray
+            // 0xFF is dropped and the byte kept (growing the data in place could overwrite
+            // input not yet decoded).
+            buffer[out++] = c;
+            m_state = State::Data;
             break;
-        case MarkState::SawFF00:
+        case State::SawFF00:
             if (c == 0x00)
             {
                 ++marks.breaks;
@@ -466,7 +469,7 @@ long CSerialLine::Read(unsigned char* buffer, unsigned long size, SerialLineMark
                 ++marks.errors;
                 buffer[out++] = c;
             }
-            m_markState = MarkState::Data;
+            m_state = State::Data;
             break;
         }
     }
@@ -546,7 +549,7 @@ void CSerialLine::DiscardInput()
     {
         ::tcflush(m_fd, TCIFLUSH);
     }
-    m_markState = MarkState::Data;
+    m_marks.Reset();
 }
 
 } // namespace shared::platform

@@ -382,7 +382,8 @@ TEST(SigSlot, CopiesAreWiredLikeTheirSource)
     CSignal0 assigned;
     assigned.Connect(other, 128);
     assigned = source;
-    assigned = assigned; // self-assignment changes nothing
+    CSignal0& alias = assigned;
+    assigned = alias; // self-assignment changes nothing
     log.clear();
     assigned.Send();
     EXPECT_EQ(log, (std::vector<std::string>{"b", "a", "c"}));

@@ -45,6 +45,25 @@ struct SerialLineMarks
     unsigned long errors = 0; // bytes received with a parity or framing error
 };
 
+// Removes the driver's PARMRK marks from received bytes, keeping its state across reads so that
+// a mark split between two reads is still recognised.
+class SHARED_API CSerialMarkDecoder
+{
+public:
+    // Decodes size bytes in place and answers how many data bytes remain at the front.
+    unsigned long Strip(unsigned char* buffer, unsigned long size, SerialLineMarks& marks);
+    void Reset() { m_state = State::Data; }
+
+private:
+    enum class State
+    {
+        Data,
+        SawFF,
+        SawFF00,
+    };
+    State m_state = State::Data;
+};
+
 class SHARED_API CSerialLine
 {
 public:
@@ -93,16 +112,9 @@ public:
     void DiscardInput();
 
 private:
-    enum class MarkState
-    {
-        Data,
-        SawFF,
-        SawFF00,
-    };
-
     int m_fd = -1;
     bool m_bMarkedExclusive = false;
-    MarkState m_markState = MarkState::Data;
+    CSerialMarkDecoder m_marks;
 };
 
 } // namespace shared::platform
