@@ -587,6 +587,7 @@ void CArchive::MapObject(const CObject* pOb)
         LoadEntry entry;
         entry.pObject = const_cast<CObject*>(pOb);
         entry.pClass = pOb->GetRuntimeClass();
+        m_loadIndex[pOb] = static_cast<DWORD>(m_loadArray.size());
         m_loadArray.push_back(entry);
         ++m_nMapCount;
     }
@@ -598,14 +599,15 @@ void CArchive::UnmapObject(const CObject* pOb)
     {
         return;
     }
-    for (auto& entry : m_loadArray)
+    const auto found = m_loadIndex.find(pOb);
+    if (found == m_loadIndex.end())
     {
-        if (!entry.isClass && entry.pObject == pOb)
-        {
-            entry.pObject = nullptr;
-            entry.forgotten = true;
-        }
+        return;
     }
+    LoadEntry& entry = m_loadArray[found->second];
+    entry.pObject = nullptr;
+    entry.forgotten = true;
+    m_loadIndex.erase(found);
 }
 
 void CArchive::WriteClass(const CRuntimeClass* pClassRef)
@@ -818,6 +820,7 @@ CObject* CArchive::ReadObject(const CRuntimeClass* pClassRefRequested)
         LoadEntry entry;
         entry.pClass = pClassRef;
         entry.pObject = pOb;
+        m_loadIndex[pOb] = static_cast<DWORD>(m_loadArray.size());
         m_loadArray.push_back(entry);
         ++m_nMapCount;
 

@@ -262,6 +262,8 @@ private:
         bool forgotten = false; // the object was freed; references to it are bad
     };
     std::vector<LoadEntry> m_loadArray;
+    // Loading: where each object still handed out stands in m_loadArray.
+    std::unordered_map<const CObject*, DWORD> m_loadIndex;
 };
 
 // The framework's free operators for objects.
