@@ -1,0 +1,44 @@
+# Command-line regression tests of warden's device-data subcommands: the bundled sample drive
+# decoded as a table and as JSON, coordinate text, checksum repair and the error paths.
+include_guard(GLOBAL)
+if(NOT TARGET warden)
+    return()
+endif()
+
+set(warden_cli_dir ${CMAKE_CURRENT_LIST_DIR})
+set(warden_cli_drive ${PROJECT_SOURCE_DIR}/samples/drive.nmea)
+
+function(warden_cli_test name)
+    cmake_parse_arguments(PARSE_ARGV 1 t "" "ARGS;EXPECTED;EXIT;INPUT;STDERR_MATCH" "")
+    set(defines -DWARDEN=$<TARGET_FILE:warden> "-DARGS=${t_ARGS}")
+    if(t_EXPECTED)
+        list(APPEND defines -DEXPECTED=${warden_cli_dir}/data/${t_EXPECTED})
+    endif()
+    if(DEFINED t_EXIT)
+        list(APPEND defines -DEXIT=${t_EXIT})
+    endif()
+    if(t_INPUT)
+        list(APPEND defines -DINPUT=${t_INPUT})
+    endif()
+    if(t_STDERR_MATCH)
+        list(APPEND defines "-DSTDERR_MATCH=${t_STDERR_MATCH}")
+    endif()
+    add_test(NAME positioning.warden.${name}
+             COMMAND ${CMAKE_COMMAND} ${defines} -P ${warden_cli_dir}/compare_output.cmake)
+    set_tests_properties(positioning.warden.${name} PROPERTIES LABELS "positioning;cli")
+endfunction()
+
+warden_cli_test(nmea_drive ARGS "nmea|${warden_cli_drive}" EXPECTED drive.expected)
+warden_cli_test(nmea_drive_json ARGS "nmea|--json|${warden_cli_drive}" EXPECTED drive.json.expected)
+warden_cli_test(nmea_drive_stdin ARGS "nmea|-" INPUT ${warden_cli_drive} EXPECTED drive.expected)
+warden_cli_test(nmea_strict ARGS "nmea|--strict|${warden_cli_drive}" EXIT 2)
+warden_cli_test(nmea_missing_file ARGS "nmea|${warden_cli_dir}/data/no-such-log.nmea" EXIT 1
+                STDERR_MATCH "^warden: cannot open .*no-such-log.nmea: No such file or directory\n$")
+warden_cli_test(coord ARGS "coord|51 30 15.5 N|0 7 30 W|52.2053|0.1218" EXPECTED coord.expected)
+warden_cli_test(coord_bad ARGS "coord|--lat|x51" EXIT 1
+                STDERR_MATCH "^warden: cannot read \"x51\" as a latitude: bad prefix")
+warden_cli_test(coord_wrong_hemisphere ARGS "coord|--lon|51 30 N" EXIT 1
+                STDERR_MATCH "N or S given for a longitude")
+warden_cli_test(checksum ARGS "checksum|$GPLOG,1,120000,010106*00|GPIOP,00000101,00000000,1.2,3.4,12.6"
+                EXPECTED checksum.expected)
+warden_cli_test(checksum_empty ARGS "checksum|$" EXIT 1 STDERR_MATCH "^warden: empty sentence\n$")

@@ -1,0 +1,405 @@
+#include "NmeaPrinter.h"
+
+#include <cmath>
+#include <cstdio>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <ostream>
+#include <shared/positioning/CNmeaGPIOP.h>
+#include <shared/positioning/CNmeaGPLOG.h>
+#include <shared/positioning/CNmeaGPRMC.h>
+#include <shared/positioning/NWardenMetrics.h>
+
+namespace warden
+{
+namespace
+{
+using Result = CNmeaSentence::E_NMEAParseResult;
+
+// Objects keep their keys in the order written, which reads better than sorted keys.
+using Json = nlohmann::ordered_json;
+
+char const* const kTypeWords[4] = {"GPLOG", "GPIOP", "", "GPRMC"};
+constexpr std::size_t kSummaryOrder[] = {CNmeaSentence::eNMEA_GPRMC, CNmeaSentence::eNMEA_GPLOG,
+                                         CNmeaSentence::eNMEA_GPIOP};
+
+bool IsBlank(std::string_view line)
+{
+    for (char c : line)
+        if (c != ' ' && c != '\t' && c != '\r' && c != '\n' && c != '\v' && c != '\f')
+            return false;
+    return true;
+}
+
+// Characters shown on the screen (UTF-8 continuation bytes take no room).
+std::size_t DisplayWidth(std::string const& text)
+{
+    std::size_t width = 0;
+    for (unsigned char c : text)
+        if ((c & 0xC0) != 0x80)
+            ++width;
+    return width;
+}
+
+std::string PadRight(std::string text, std::size_t width)
+{
+    std::size_t const shown = DisplayWidth(text);
+    if (shown < width)
+        text.append(width - shown, ' ');
+    return text;
+}
+
+std::string PadLeft(std::string text, std::size_t width)
+{
+    std::size_t const shown = DisplayWidth(text);
+    if (shown < width)
+        text.insert(0, width - shown, ' ');
+    return text;
+}
+
+std::string Printf(char const* format, auto... args)
+{
+    char buffer[128];
+    int const n = std::snprintf(buffer, sizeof buffer, format, args...);
+    return n < 0 ? std::string() : std::string(buffer, std::min<std::size_t>(n, sizeof buffer - 1));
+}
+
+std::string IsoTime(COleDateTime const& t, char separator)
+{
+    return Printf("%04d-%02d-%02d%c%02d:%02d:%02d", t.GetYear(), t.GetMonth(), t.GetDay(),
+                  separator, t.GetHour(), t.GetMinute(), t.GetSecond());
+}
+
+std::string Binary(unsigned char bits)
+{
+    std::string text;
+    for (int bit = 7; bit >= 0; --bit)
+        text += (bits >> bit) & 1 ? '1' : '0';
+    return text;
+}
+
+// Rejected text is shown for diagnosis; control and non-ASCII bytes would upset a terminal.
+std::string Printable(std::string_view line, std::size_t limit)
+{
+    while (!line.empty() && IsBlank(line.substr(line.size() - 1)))
+        line.remove_suffix(1);
+    std::string text;
+    for (char c : line.substr(0, limit))
+    {
+        auto const u = static_cast<unsigned char>(c);
+        text += u >= 0x20 && u < 0x7F ? c : '.';
+    }
+    if (line.size() > limit)
+        text += "...";
+    return text;
+}
+
+double Rounded(double value, double scale)
+{
+    return std::round(value * scale) / scale;
+}
+
+// One decoded sentence as the values the table and JSON show.
+struct Row
+{
+    std::string type;
+    std::optional<COleDateTime> time;
+    std::optional<char> status;
+    std::optional<double> lat, lon, knots, course, variation;
+    std::optional<char> mode;
+    std::optional<int> state;
+    std::optional<unsigned char> inputs, outputs;
+    std::optional<double> analog1, analog2, battery;
+};
+
+template <typename T, typename Getter> std::optional<T> Get(Getter getter)
+{
+    T value{};
+    if (getter(value))
+        return value;
+    return std::nullopt;
+}
+
+Row Describe(CNmeaSentence const& sentence)
+{
+    Row row;
+    CString type;
+    sentence.GetTypeString(type);
+    row.type = type.GetString();
+    switch (sentence.GetType())
+    {
+    case CNmeaSentence::eNMEA_GPRMC:
+    {
+        auto const& s = static_cast<CNmeaGPRMC const&>(sentence);
+        row.time = Get<COleDateTime>([&](auto& v) { return s.GetTimeStamp(v); });
+        row.status = Get<char>([&](auto& v) { return s.GetStatusIndicator(v); });
+        row.lat = Get<double>([&](auto& v) { return s.GetLatitude(v); });
+        row.lon = Get<double>([&](auto& v) { return s.GetLongitude(v); });
+        row.knots = Get<double>([&](auto& v) { return s.GetSpeedInKnots(v); });
+        row.course = Get<double>([&](auto& v) { return s.GetCourse(v); });
+        row.variation = Get<double>([&](auto& v) { return s.GetMagneticVariation(v); });
+        row.mode = Get<char>([&](auto& v) { return s.GetModeIndicator(v); });
+        break;
+    }
+    case CNmeaSentence::eNMEA_GPLOG:
+    {
+        auto const& s = static_cast<CNmeaGPLOG const&>(sentence);
+        row.time = Get<COleDateTime>([&](auto& v) { return s.GetTimeStamp(v); });
+        CNmeaGPLOG::E_State state;
+        if (s.GetState(state))
+            row.state = static_cast<int>(state);
+        break;
+    }
+    case CNmeaSentence::eNMEA_GPIOP:
+    {
+        auto const& s = static_cast<CNmeaGPIOP const&>(sentence);
+        row.inputs = Get<unsigned char>([&](auto& v) { return s.GetActiveInputs(v); });
+        row.outputs = Get<unsigned char>([&](auto& v) { return s.GetActiveOutputs(v); });
+        row.analog1 = Get<double>([&](auto& v) { return s.GetAnalogInput1(v); });
+        row.analog2 = Get<double>([&](auto& v) { return s.GetAnalogInput2(v); });
+        row.battery = Get<double>([&](auto& v) { return s.GetBatteryVoltage(v); });
+        break;
+    }
+    }
+    return row;
+}
+
+double Kph(double knots)
+{
+    return NWardenMetrics::MetresPerSecondToKph(NWardenMetrics::KnotsToMetresPerSecond(knots));
+}
+
+// Column widths of the table.
+constexpr std::size_t kLine = 5, kType = 5, kTime = 19, kStatus = 3, kLat = 14, kLon = 14,
+                      kSpeed = 6, kCourse = 10;
+
+std::string TableRow(long line, Row const& row)
+{
+    std::string text = PadLeft(std::to_string(line), kLine) + "  " + PadRight(row.type, kType);
+    text += "  " + PadRight(row.time ? IsoTime(*row.time, ' ') : "", kTime);
+    text += "  " + PadRight(row.status ? std::string(1, *row.status) : "", kStatus);
+    text += PadRight(row.lat ? ToUtf8(NWardenMetrics::LatitudeToString(*row.lat)) : "", kLat);
+    text +=
+        "  " + PadRight(row.lon ? ToUtf8(NWardenMetrics::LongitudeToString(*row.lon)) : "", kLon);
+    text += "  " + PadLeft(row.knots ? Printf("%.1f", Kph(*row.knots)) : "", kSpeed);
+    text += "  " + PadLeft(row.knots ? Printf("%.1f", *row.knots) : "", kSpeed);
+    text +=
+        "  " + PadRight(row.course
+                            ? Printf("%5.1f\xC2\xB0 %s", *row.course,
+                                     NWardenMetrics::GetCardinalFromCourse(*row.course).GetString())
+                            : "",
+                        kCourse);
+
+    std::string detail;
+    auto add = [&detail](std::string const& part)
+    {
+        if (!detail.empty())
+            detail += "  ";
+        detail += part;
+    };
+    if (row.variation)
+        add(Printf("var %.1f", *row.variation));
+    if (row.mode)
+        add(std::string("mode ") + *row.mode);
+    if (row.state)
+        add("state " + std::to_string(*row.state));
+    if (row.type == CNmeaGPIOP::GetTypeString())
+    {
+        add("in " + (row.inputs ? Binary(*row.inputs) : std::string(8, '-')));
+        add("out " + (row.outputs ? Binary(*row.outputs) : std::string(8, '-')));
+        add("an1 " + (row.analog1 ? Printf("%g", *row.analog1) : std::string("-")));
+        add("an2 " + (row.analog2 ? Printf("%g", *row.analog2) : std::string("-")));
+        add("batt " + (row.battery ? Printf("%g", *row.battery) : std::string("-")));
+    }
+    text += "  " + detail;
+    while (!text.empty() && text.back() == ' ')
+        text.pop_back();
+    return text;
+}
+
+Json JsonRow(long line, Row const& row)
+{
+    Json j;
+    j["line"] = line;
+    j["type"] = row.type;
+    auto optional = [](auto const& value) { return value ? Json(*value) : Json(nullptr); };
+    if (row.type == CNmeaGPRMC::GetTypeString() || row.type == CNmeaGPLOG::GetTypeString())
+        j["time"] = row.time ? Json(IsoTime(*row.time, 'T') + "Z") : nullptr;
+    if (row.type == CNmeaGPRMC::GetTypeString())
+    {
+        j["status"] = row.status ? Json(std::string(1, *row.status)) : nullptr;
+        j["lat"] = optional(row.lat);
+        j["lon"] = optional(row.lon);
+        j["lat_text"] =
+            row.lat ? Json(ToUtf8(NWardenMetrics::LatitudeToString(*row.lat))) : nullptr;
+        j["lon_text"] =
+            row.lon ? Json(ToUtf8(NWardenMetrics::LongitudeToString(*row.lon))) : nullptr;
+        j["speed_knots"] = optional(row.knots);
+        j["speed_kmh"] = row.knots ? Json(Rounded(Kph(*row.knots), 100)) : nullptr;
+        j["course"] = optional(row.course);
+        j["compass"] = row.course
+                           ? Json(NWardenMetrics::GetCardinalFromCourse(*row.course).GetString())
+                           : nullptr;
+        j["magnetic_variation"] = optional(row.variation);
+        j["mode"] = row.mode ? Json(std::string(1, *row.mode)) : nullptr;
+    }
+    else if (row.type == CNmeaGPLOG::GetTypeString())
+    {
+        j["state"] = optional(row.state);
+    }
+    else
+    {
+        j["inputs"] = row.inputs ? Json(Binary(*row.inputs)) : nullptr;
+        j["outputs"] = row.outputs ? Json(Binary(*row.outputs)) : nullptr;
+        j["analog1"] = optional(row.analog1);
+        j["analog2"] = optional(row.analog2);
+        j["battery"] = optional(row.battery);
+    }
+    return j;
+}
+} // namespace
+
+char const* ParseResultWords(CNmeaSentence::E_NMEAParseResult result)
+{
+    switch (result)
+    {
+    case CNmeaSentence::eNMEAParseOK:
+        return "decoded";
+    case CNmeaSentence::eNMEAUnknownSentence:
+        return "unknown sentence";
+    case CNmeaSentence::eNMEANoStartChar:
+        return "no start character";
+    case CNmeaSentence::eNMEANoChecksumField:
+        return "no checksum field";
+    case CNmeaSentence::eNMEABadChecksum:
+        return "bad checksum";
+    case CNmeaSentence::eNMEATooShort:
+        return "too short";
+    }
+    return "unknown result";
+}
+
+std::string ToUtf8(std::string_view cp1252)
+{
+    std::string text;
+    text.reserve(cp1252.size());
+    for (char c : cp1252)
+    {
+        auto const u = static_cast<unsigned char>(c);
+        if (u < 0x80)
+            text += c;
+        else if (u < 0xA0)
+            text += '?';
+        else
+        {
+            text += static_cast<char>(0xC0 | (u >> 6));
+            text += static_cast<char>(0x80 | (u & 0x3F));
+        }
+    }
+    return text;
+}
+
+long NmeaCounts::Decoded() const
+{
+    long total = 0;
+    for (long n : sentencesByType)
+        total += n;
+    return total;
+}
+
+long NmeaCounts::Rejected() const
+{
+    long total = 0;
+    for (long n : rejectionsByResult)
+        total += n;
+    return total;
+}
+
+void NmeaPrinter::PrintHeader(std::ostream& out) const
+{
+    if (m_format != Format::Table)
+        return;
+    std::string text = PadLeft("line", kLine) + "  " + PadRight("type", kType) + "  " +
+                       PadRight("utc time", kTime) + "  " + PadRight("st", kStatus) +
+                       PadRight("latitude", kLat) + "  " + PadRight("longitude", kLon) + "  " +
+                       PadLeft("km/h", kSpeed) + "  " + PadLeft("knots", kSpeed) + "  " +
+                       PadRight("course", kCourse) + "  details";
+    out << text << '\n';
+}
+
+CNmeaSentence::E_NMEAParseResult NmeaPrinter::PrintLine(std::string_view line, std::ostream& out)
+{
+    long const number = ++m_counts.lines;
+    if (IsBlank(line))
+        return CNmeaSentence::eNMEAParseOK;
+
+    // The decoder reads a C string; a zero byte inside the line ends it there, as on the device.
+    std::string const text(line);
+    Result result = CNmeaSentence::eNMEAParseOK;
+    std::unique_ptr<CNmeaSentence> sentence(CNmeaSentence::Create(text.c_str(), result));
+    if (!sentence)
+    {
+        ++m_counts.rejectionsByResult.at(static_cast<std::size_t>(result));
+        if (m_format == Format::Json)
+        {
+            Json j;
+            j["line"] = number;
+            j["rejected"] = ParseResultWords(result);
+            j["result"] = static_cast<int>(result);
+            j["text"] = Printable(line, 120);
+            out << j.dump() << '\n';
+        }
+        else
+        {
+            out << PadLeft(std::to_string(number), kLine) << "  " << PadRight("--", kType)
+                << "  rejected, " << ParseResultWords(result) << ": " << Printable(line, 60)
+                << '\n';
+        }
+        return result;
+    }
+
+    ++m_counts.sentencesByType.at(static_cast<std::size_t>(sentence->GetType()));
+    Row const row = Describe(*sentence);
+    if (m_format == Format::Json)
+        out << JsonRow(number, row).dump() << '\n';
+    else
+        out << TableRow(number, row) << '\n';
+    return result;
+}
+
+void NmeaPrinter::PrintSummary(std::ostream& out) const
+{
+    if (m_format == Format::Json)
+    {
+        Json decoded = Json::object();
+        for (auto type : kSummaryOrder)
+            decoded[kTypeWords[type]] = m_counts.sentencesByType[type];
+        Json rejected = Json::object();
+        for (std::size_t r = 1; r < m_counts.rejectionsByResult.size(); ++r)
+            if (m_counts.rejectionsByResult[r] != 0)
+                rejected[ParseResultWords(static_cast<Result>(r))] = m_counts.rejectionsByResult[r];
+        Json j;
+        j["summary"] = {{"lines", m_counts.lines},
+                        {"decoded", decoded},
+                        {"decoded_total", m_counts.Decoded()},
+                        {"rejected", rejected},
+                        {"rejected_total", m_counts.Rejected()}};
+        out << j.dump() << '\n';
+        return;
+    }
+    out << "\n"
+        << m_counts.lines << " lines: " << m_counts.Decoded() << " sentences decoded, "
+        << m_counts.Rejected() << " rejected\n";
+    for (auto type : kSummaryOrder)
+        out << "  " << PadRight(kTypeWords[type], 30)
+            << PadLeft(std::to_string(m_counts.sentencesByType[type]), 6) << '\n';
+    for (std::size_t r = 1; r < m_counts.rejectionsByResult.size(); ++r)
+        if (m_counts.rejectionsByResult[r] != 0)
+            out << "  "
+                << PadRight(std::string("rejected, ") + ParseResultWords(static_cast<Result>(r)),
+                            30)
+                << PadLeft(std::to_string(m_counts.rejectionsByResult[r]), 6) << '\n';
+}
+
+} // namespace warden

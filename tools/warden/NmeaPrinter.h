@@ -1,0 +1,70 @@
+#pragma once
+
+// Readable rows (or JSON objects) for decoded device sentences, shared by the subcommands that
+// show device data ("warden nmea" for logs, "warden listen" for a live port).
+//
+//   warden::NmeaPrinter printer(warden::NmeaPrinter::Format::Table);
+//   printer.PrintHeader(std::cout);
+//   for (each line) printer.PrintLine(line, std::cout);
+//   printer.PrintSummary(std::cout);
+
+#include <array>
+#include <iosfwd>
+#include <shared/framework/CString.h>
+#include <shared/positioning/CNmeaSentence.h>
+#include <string>
+#include <string_view>
+
+namespace warden
+{
+
+// The decoder's result in words, e.g. "bad checksum".
+char const* ParseResultWords(CNmeaSentence::E_NMEAParseResult result);
+
+// The library's texts are code page 1252 (the degree sign is the byte 0xB0); terminals and JSON
+// want UTF-8. Bytes 0x80-0x9F, which have no Latin-1 meaning, become "?".
+std::string ToUtf8(std::string_view cp1252);
+inline std::string ToUtf8(CString const& text)
+{
+    return ToUtf8(text.View());
+}
+
+struct NmeaCounts
+{
+    long lines = 0;                           // every line given, blank ones included
+    std::array<long, 4> sentencesByType{};    // indexed by CNmeaSentence::E_NMEASentenceType
+    std::array<long, 6> rejectionsByResult{}; // indexed by E_NMEAParseResult (0 unused)
+
+    long Decoded() const;
+    long Rejected() const;
+};
+
+class NmeaPrinter
+{
+public:
+    enum class Format
+    {
+        Table, // one aligned row per line, invalid values left blank
+        Json   // one JSON object per line, invalid values null
+    };
+
+    explicit NmeaPrinter(Format format) : m_format(format) {}
+
+    // The column heading of the table (nothing for JSON).
+    void PrintHeader(std::ostream& out) const;
+
+    // Decodes one line of device text and prints its row. Blank lines are counted but print
+    // nothing. Returns the decoder's result (eNMEAParseOK for a blank line).
+    CNmeaSentence::E_NMEAParseResult PrintLine(std::string_view line, std::ostream& out);
+
+    // Sentences by type and rejections by reason.
+    void PrintSummary(std::ostream& out) const;
+
+    NmeaCounts const& Counts() const { return m_counts; }
+
+private:
+    Format m_format;
+    NmeaCounts m_counts;
+};
+
+} // namespace warden
