@@ -1,0 +1,45 @@
+#!/usr/bin/env bash
+# Command-line checks of "warden receive" against lrzsz's sz: files arrive whole with their
+# times, existing files are kept unless --overwrite, text mode converts line ends, and a sender
+# that fails ends the session with status 1. Exit 77 (skipped) when sz is missing.
+set -u
+warden=$1
+command -v sz >/dev/null || exit 77
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+fail() { echo "FAIL: $*"; exit 1; }
+
+mkdir -p "$work/src/sub" "$work/out"
+cd "$work/src"
+head -c 1234567 /dev/urandom > big.bin
+printf 'one\r\ntwo\r\n' > text.txt
+echo nested > sub/n.txt
+touch -d '2001-02-03 04:05:06 UTC' big.bin
+
+out=$("$warden" receive --exec 'sz -q big.bin -f sub/n.txt' --dir "$work/out" 2>&1) ||
+    fail "first session: $out"
+cmp -s big.bin "$work/out/big.bin" || fail "big.bin differs"
+cmp -s sub/n.txt "$work/out/sub/n.txt" || fail "sub/n.txt differs"
+[ "$(stat -c %Y "$work/out/big.bin")" = "$(stat -c %Y big.bin)" ] || fail "time not kept"
+grep -q '2 file(s) received, 1234574 bytes' <<<"$out" || fail "summary: $out"
+ls -A "$work/out" | grep -q zmodem && fail "temporary file left behind"
+
+# An existing file is kept and the sender told to skip it.
+echo keep > "$work/out/text.txt"
+"$warden" receive --exec 'sz -q text.txt' --dir "$work/out" >/dev/null 2>&1
+[ $? -eq 2 ] || fail "existing file: expected status 2"
+[ "$(cat "$work/out/text.txt")" = keep ] || fail "existing file replaced"
+
+# --overwrite replaces it; text mode turns CR LF into LF.
+"$warden" receive --exec 'sz -q -a text.txt' --dir "$work/out" --overwrite --quiet >/dev/null ||
+    fail "overwrite session"
+[ "$(od -An -c "$work/out/text.txt" | tr -d ' ')" = 'one\ntwo\n' ] || fail "text conversion"
+
+# A command that is no ZModem sender fails the session cleanly.
+out=$("$warden" receive --exec 'echo hello' --dir "$work/out" 2>&1)
+[ $? -eq 1 ] || fail "non-sender: expected status 1"
+grep -q 'transfer failed' <<<"$out" || fail "non-sender message: $out"
+
+# Exactly one line source is required.
+"$warden" receive --dir "$work/out" >/dev/null 2>&1 && fail "no source accepted"
+echo ok
