@@ -48,6 +48,10 @@
 #include <string_view>
 #include <vector>
 
+// A predefined key handle from its 32-bit value, sign-extended as <windows.h> casts it.
+#define SHARED_PREDEFINED_HKEY(value)                                                              \
+    (reinterpret_cast<HKEY>(static_cast<std::intptr_t>(static_cast<std::int32_t>(value))))
+
 #if defined(_WIN32)
 #include <windows.h>
 #else
@@ -60,8 +64,6 @@ struct HKEY__
 using HKEY = HKEY__*;
 using PHKEY = HKEY*;
 
-#define SHARED_PREDEFINED_HKEY(value)                                                              \
-    (reinterpret_cast<HKEY>(static_cast<std::intptr_t>(static_cast<std::int32_t>(value))))
 #define HKEY_CLASSES_ROOT SHARED_PREDEFINED_HKEY(0x80000000u)
 #define HKEY_CURRENT_USER SHARED_PREDEFINED_HKEY(0x80000001u)
 #define HKEY_LOCAL_MACHINE SHARED_PREDEFINED_HKEY(0x80000002u)
