@@ -150,3 +150,16 @@ TEST(CRuntimeClassTest, RegistrationEndsWithItsRegistrar)
     }
     EXPECT_EQ(CRuntimeClass::FromName("CFwTransient"), nullptr);
 }
+
+TEST(CRuntimeClassTest, DynamicDowncastChecksTheRuntimeClass)
+{
+    CFwVersioned v;
+    CFwPoint point;
+    CObject* asObject = &v;
+    EXPECT_EQ(DYNAMIC_DOWNCAST(CFwSquare, asObject), &v);
+    EXPECT_EQ(DYNAMIC_DOWNCAST(CFwVersioned, asObject), &v);
+    CObject* other = &point;
+    EXPECT_EQ(DYNAMIC_DOWNCAST(CFwSquare, other), nullptr);
+    EXPECT_EQ(DYNAMIC_DOWNCAST(CFwSquare, static_cast<CObject*>(nullptr)), nullptr);
+    EXPECT_EQ(STATIC_DOWNCAST(CFwPoint, other), &point);
+}

@@ -37,3 +37,14 @@ protected:
     CObject(const CObject&) = default;
     CObject& operator=(const CObject&) = default;
 };
+
+// The object as a pointer to class_name when it is of that class or derived from it, else null
+// (also for a null object).
+inline CObject* AFXAPI AfxDynamicDownCast(CRuntimeClass* pClass, CObject* pObject)
+{
+    return pObject != nullptr && pObject->IsKindOf(pClass) ? pObject : nullptr;
+}
+
+#define DYNAMIC_DOWNCAST(class_name, object)                                                       \
+    (static_cast<class_name*>(AfxDynamicDownCast(RUNTIME_CLASS(class_name), (object))))
+#define STATIC_DOWNCAST(class_name, object) (static_cast<class_name*>(object))
