@@ -1,0 +1,3 @@
+#include <shared/places/CGeofenceSetCollection.h>
+
+CGeofenceSetCollection::~CGeofenceSetCollection() = default;

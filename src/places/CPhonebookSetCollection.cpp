@@ -1,0 +1,3 @@
+#include <shared/places/CPhonebookSetCollection.h>
+
+CPhonebookSetCollection::~CPhonebookSetCollection() = default;
