@@ -40,6 +40,17 @@ out=$("$warden" receive --exec 'echo hello' --dir "$work/out" 2>&1)
 [ $? -eq 1 ] || fail "non-sender: expected status 1"
 grep -q 'transfer failed' <<<"$out" || fail "non-sender message: $out"
 
+# A serial device: a pseudo-terminal that socat connects to sz.
+if command -v socat >/dev/null; then
+    mkdir "$work/tty"
+    timeout 60 socat PTY,link="$work/pty",rawer EXEC:"sz -q big.bin" 2>/dev/null &
+    for _ in $(seq 50); do [ -e "$work/pty" ] && break; sleep 0.1; done
+    timeout 60 "$warden" receive --device "$work/pty" --dir "$work/tty" --quiet >/dev/null 2>&1 ||
+        fail "device session"
+    cmp -s big.bin "$work/tty/big.bin" || fail "big.bin over the device differs"
+    wait
+fi
+
 # Exactly one line source is required.
 "$warden" receive --dir "$work/out" >/dev/null 2>&1 && fail "no source accepted"
 echo ok

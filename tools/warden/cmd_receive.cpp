@@ -196,6 +196,11 @@ public:
 
     bool Read(unsigned char& byte, unsigned long timeoutMs) override
     {
+        if (m_next < m_filled)
+        {
+            byte = m_buffer[m_next++];
+            return true;
+        }
         const auto limit = Clock::now() + std::chrono::milliseconds(timeoutMs);
         for (;;)
         {
@@ -205,8 +210,14 @@ public:
                 std::chrono::duration_cast<std::chrono::milliseconds>(limit - Clock::now());
             const unsigned long wait =
                 static_cast<unsigned long>(std::clamp<long>(left.count(), 0, 200));
-            if (m_device.Read(byte, wait))
+            // Whatever the FIFO holds, taken in one go.
+            m_filled = m_device.Read(m_buffer, sizeof m_buffer, wait, 0);
+            if (m_filled > 0)
+            {
+                m_next = 1;
+                byte = m_buffer[0];
                 return true;
+            }
             if (left.count() <= 200)
                 return false;
         }
@@ -216,10 +227,17 @@ public:
         // Long enough for a 20-byte header at 300 baud.
         m_device.Write(data, count, 5000);
     }
-    void Purge() override { m_device.PurgeInput(); }
+    void Purge() override
+    {
+        m_next = m_filled = 0;
+        m_device.PurgeInput();
+    }
 
 private:
     CSerialPortDevice& m_device;
+    unsigned char m_buffer[4096];
+    unsigned long m_next = 0;
+    unsigned long m_filled = 0;
 };
 
 // ---------------------------------------------------------------------------------------------
