@@ -86,6 +86,8 @@ public:
     virtual CString GetFilePath() const;
     virtual void SetFilePath(LPCTSTR lpszNewName);
 
+    // Replaces an existing target in one atomic step (POSIX rename), which safe saves through
+    // a temporary file rely on.
     static void PASCAL Rename(LPCTSTR lpszOldName, LPCTSTR lpszNewName);
     static void PASCAL Remove(LPCTSTR lpszFileName);
 
