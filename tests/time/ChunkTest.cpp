@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 #include <memory>
+#include <shared/platform/SystemTime.h>
 #include <shared/time/CChunk.h>
 #include <shared/time/CClock.h>
 #include <shared/time/CCuteChunk.h>
@@ -259,4 +260,44 @@ TEST(ChunkTest, GapsAreCounted)
     parent.GetSubChunks().clear();
     EXPECT_EQ(parent.verifyPerfectSequence(), 0);
     EXPECT_EQ(parent.GetSubChunkSpanInSeconds(false), 0);
+}
+
+TEST(ChunkTest, StopWatchRunsAndLaps)
+{
+    shared::platform::CManualSystemTimeSource pc(
+        shared::platform::UtcMilliseconds(2006, 6, 12, 10, 5, 9));
+    shared::platform::CScopedSystemTimeSource use(pc);
+    CClock::NotifyCurrentUTCDateTime(At(2006, 6, 12, 10, 5, 9)); // no correction
+
+    CWatchChunk watch;
+    EXPECT_EQ(watch.Stop(),
+              "Chunk StopWatch Error: You have to call Run() before calling first Stop() !!\n");
+    EXPECT_EQ(watch.GetEnd().m_dt, 0.0);
+    EXPECT_FALSE(watch.IsRunning());
+
+    const CString started = watch.Run();
+    EXPECT_EQ(started,
+              CString("StopWatch Run:\nStart Time UTC: ") + watch.GetFormatedStart() + "\n");
+    EXPECT_TRUE(watch.IsRunning());
+    EXPECT_EQ(watch.GetStart().m_dt, watch.GetEnd().m_dt);
+
+    pc.Advance(5000);
+    const CString lap = watch.Stop();
+    EXPECT_EQ(watch.GetSpanInSeconds(), 5);
+    EXPECT_EQ(lap.Left(12), "Chunk Stop:\n");
+    EXPECT_EQ(lap.Mid(12), watch.GetDiagnosticString());
+    EXPECT_EQ(watch.GetDiagnosticString(), CString("WatchChunk\t\t5 sec ") +
+                                               watch.GetFormatedStart() + "->" +
+                                               watch.GetFormatedEnd());
+    // Stop leaves it running: a second Stop moves the end again.
+    pc.Advance(7000);
+    watch.Stop();
+    EXPECT_EQ(watch.GetSpanInSeconds(), 12);
+    EXPECT_TRUE(watch.IsRunning());
+
+    // The stopwatch reads the corrected clock.
+    CClock::NotifyCurrentUTCDateTime(At(2006, 6, 12, 10, 5, 51)); // 30 s ahead
+    watch.Stop();
+    EXPECT_EQ(watch.GetSpanInSeconds(), 42);
+    CClock::NotifyCurrentUTCDateTime(At(2006, 6, 12, 10, 5, 21)); // correction back to zero
 }
