@@ -117,12 +117,12 @@ void FromGridRef(const std::string& text, bool json)
         std::cout << out.dump(2) << '\n';
         return;
     }
-    std::cout << "Grid reference:                " << text << '\n'
+    std::cout << "Grid reference:                 " << text << '\n'
               << "Eastings/northings (SW corner): E " << E << "  N " << N << '\n'
               << "Latitude/longitude (GPS):       " << Fixed(lat, 7) << ' ' << Fixed(lon, 7)
               << '\n';
     if (latticeOk)
-        std::cout << "NGpsToOSGrid degrees (legacy): " << Fixed(lLat, 7) << ' ' << Fixed(lLon, 7)
+        std::cout << "NGpsToOSGrid degrees (legacy):  " << Fixed(lLat, 7) << ' ' << Fixed(lLon, 7)
                   << '\n';
 }
 
