@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstring>
 #include <new>
+#include <ostream>
 #include <shared/framework/COleDateTime.h>
 #include <shared/platform/SystemTime.h>
 #include <string>
@@ -723,4 +724,22 @@ bool COleDateTime::ParseDateTime(LPCTSTR lpszDate, DWORD dwFlags, LCID /*lcid*/)
         m_status = invalid;
     }
     return ok;
+}
+
+std::ostream& operator<<(std::ostream& os, const COleDateTime& dt)
+{
+    CString text;
+    switch (dt.GetStatus())
+    {
+    case COleDateTime::valid:
+        text.Format("%s (%.9f)", dt.Format("%Y-%m-%d %H:%M:%S"), dt.m_dt);
+        break;
+    case COleDateTime::null:
+        text = "null";
+        break;
+    default:
+        text.Format("invalid (%.9f)", dt.m_dt);
+        break;
+    }
+    return os << text;
 }

@@ -1,4 +1,5 @@
 #include <cmath>
+#include <ostream>
 #include <shared/framework/COleDateTimeSpan.h>
 
 namespace
@@ -190,4 +191,22 @@ CString COleDateTimeSpan::Format(LPCTSTR pFormat) const
         }
     }
     return result;
+}
+
+std::ostream& operator<<(std::ostream& os, const COleDateTimeSpan& span)
+{
+    CString text;
+    switch (span.GetStatus())
+    {
+    case COleDateTimeSpan::valid:
+        text.Format("%s (%.9f)", span.Format("%D %H:%M:%S"), span.m_span);
+        break;
+    case COleDateTimeSpan::null:
+        text = "null";
+        break;
+    default:
+        text.Format("invalid (%.9f)", span.m_span);
+        break;
+    }
+    return os << text;
 }

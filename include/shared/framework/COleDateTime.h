@@ -15,6 +15,7 @@
 //   seam of shared/platform/SystemTime.h.
 
 #include <ctime>
+#include <iosfwd>
 #include <shared/framework/COleDateTimeSpan.h>
 #include <shared/framework/CString.h>
 #include <shared/framework/WinTypes.h>
@@ -107,3 +108,6 @@ public:
     DATE m_dt = 0.0;
     DateTimeStatus m_status = valid;
 };
+
+// "2006-06-12 16:05:09 (38880.670243)", "null" or "invalid (...)": for diagnostics and test output.
+SHARED_API std::ostream& operator<<(std::ostream& os, const COleDateTime& dt);

@@ -7,6 +7,7 @@
 // The components (GetDays, GetHours, GetMinutes, GetSeconds) describe the span rounded to the
 // nearest second, all with the sign of the span: -1.5 days is -1 day and -12 hours.
 
+#include <iosfwd>
 #include <shared/framework/CString.h>
 #include <shared/framework/WinTypes.h>
 #include <shared/platform/Export.h>
@@ -74,3 +75,6 @@ private:
     void CheckRange() noexcept;
     long long RoundedSeconds() const noexcept;
 };
+
+// "1 02:03:04 (1.085463)", "null" or "invalid (...)": for diagnostics and test output.
+SHARED_API std::ostream& operator<<(std::ostream& os, const COleDateTimeSpan& span);
