@@ -20,6 +20,7 @@
 #include <shared/framework/WinTypes.h>
 
 // platform
+#include <shared/platform/HostHooks.h>
 #include <shared/platform/SerialLine.h>
 #include <shared/platform/SerialPortPath.h>
 #include <shared/platform/WakeDescriptor.h>
@@ -85,6 +86,8 @@
 #include <shared/comms/CZModem.h>
 
 // places
+#include <shared/places/CUserPlace.h>
+#include <shared/places/CUserPlaceCollection.h>
 #include <shared/places/IWardenCollection.h>
 #include <shared/places/IWardenCollectionItem.h>
 
