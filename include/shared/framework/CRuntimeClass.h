@@ -65,7 +65,12 @@ private:
 // The archive extraction operator that DECLARE_SERIAL befriends must be visible outside the shared
 // object that defines the class, whatever the visibility default of its build.
 #if defined(_WIN32)
+#if defined(SHARED_BUILDING_LIBRARY)
+#define SHARED_SERIAL_VISIBILITY __declspec(dllexport)
+#else
+// Functions link through the import library without dllimport; application classes get none.
 #define SHARED_SERIAL_VISIBILITY
+#endif
 #else
 #define SHARED_SERIAL_VISIBILITY __attribute__((visibility("default")))
 #endif
