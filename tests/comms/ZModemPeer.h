@@ -6,6 +6,7 @@
 
 #include "ZModemTestSupport.h"
 
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -302,7 +303,7 @@ private:
     std::uint8_t m_buffer[65536];
     std::size_t m_next = 0;
     std::size_t m_filled = 0;
-    std::size_t m_bytesRead = 0;
+    std::atomic<std::size_t> m_bytesRead{0}; // watched by helper threads
     std::chrono::steady_clock::time_point m_deadline =
         std::chrono::steady_clock::now() + std::chrono::seconds(60);
 };
