@@ -439,7 +439,6 @@ COleDateTime& COleDateTime::operator=(const std::time_t& timeSrc) noexcept
     std::tm local{};
     if (::localtime_r(&timeSrc, &local) == nullptr)
     {
-        m_dt = 0.0;
         m_status = invalid;
         return *this;
     }
@@ -456,7 +455,6 @@ COleDateTime& COleDateTime::operator=(const SYSTEMTIME& systimeSrc) noexcept
                     systimeSrc.wMinute, systimeSrc.wSecond, systimeSrc.wMilliseconds / 1000.0,
                     m_dt))
     {
-        m_dt = 0.0;
         m_status = invalid;
         return *this;
     }
@@ -511,7 +509,6 @@ int COleDateTime::SetDateTime(int nYear, int nMonth, int nDay, int nHour, int nM
     }
     else
     {
-        m_dt = 0.0;
         m_status = invalid;
     }
     return m_status;

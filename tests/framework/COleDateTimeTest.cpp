@@ -125,8 +125,14 @@ TEST(COleDateTimeTest, OutOfRangePartsLeaveTheValueInvalid)
     }
     EXPECT_TRUE(COleDateTime(2000, 2, 29, 0, 0, 0).GetStatus() == COleDateTime::valid);
 
-    COleDateTime dt;
+    COleDateTime dt(2006, 6, 12, 16, 5, 9);
+    const DATE before = dt.m_dt;
     EXPECT_EQ(dt.SetDate(2006, 6, 31), 1);
+    EXPECT_EQ(dt.m_dt, before); // a failed setting keeps the day count, as the framework does
+    dt = SYSTEMTIME{2006, 13, 0, 1, 0, 0, 0, 0};
+    EXPECT_EQ(dt.GetStatus(), COleDateTime::invalid);
+    EXPECT_EQ(dt.m_dt, before);
+    EXPECT_EQ(COleDateTime(2006, 6, 31, 0, 0, 0).m_dt, 0.0);
     EXPECT_EQ(dt.SetDate(2006, 6, 30), 0);
     EXPECT_EQ(dt.m_dt, COleDateTime(2006, 6, 30, 0, 0, 0).m_dt);
     EXPECT_EQ(dt.SetTime(25, 0, 0), 1);

@@ -7,7 +7,8 @@
 // - Before 1899-12-30 the fraction still counts forward from midnight: -1.25 is 1899-12-29 06:00,
 //   not 1899-12-28 18:00. Arithmetic and ordering take this into account.
 // - Building from parts accepts years 100 to 9999, months 1-12, days of the month, hours 0-23,
-//   minutes and seconds 0-59; anything else leaves the value invalid.
+//   minutes and seconds 0-59; anything else makes the status invalid and leaves m_dt as it was
+//   (0 for a newly constructed value), as MFC does.
 // - Breaking down (GetYear ... GetSecond, Format) rounds to the nearest second; a value that is not
 //   valid, or lies outside 0100-01-01 to 9999-12-31, gives -1 (the `error` status value).
 // - Building from a time_t gives LOCAL time, as MFC's constructor does (through localtime).
