@@ -1,0 +1,81 @@
+// warden sets: the sets of a set-collection file (geofence or phonebook sets) and their members,
+// as a table or as JSON lines.
+#include "Command.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <iostream>
+#include <nlohmann/json.hpp>
+#include <shared/places/CSetCollection.h>
+#include <string>
+
+namespace
+{
+
+std::string Text(const CString& text)
+{
+    return std::string(text, text.GetLength());
+}
+
+std::string Stamp(const COleDateTime& time)
+{
+    if (time.GetStatus() != COleDateTime::valid)
+        return "invalid";
+    return Text(time.Format("%Y-%m-%d %H:%M:%S"));
+}
+
+void List(const std::string& path, bool json)
+{
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(path, error))
+        throw warden::Failure("cannot open " + path);
+    CSetCollection sets;
+    if (!sets.ReadCollection(path.c_str()))
+        throw warden::Failure(path + " is not a set-collection file, or it is damaged");
+    sets.GotoStart();
+    if (json)
+    {
+        while (CSet* set = sets.GetNext())
+        {
+            nlohmann::json members = nlohmann::json::array();
+            set->GotoStart();
+            for (int i = set->GetNumberOfItems(); i > 0; --i)
+                members.push_back(Text(set->GetNext().GetFormattedString()));
+            const nlohmann::json row = {{"id", Text(set->GetSetId().GetFormattedString())},
+                                        {"name", Text(set->GetSetName())},
+                                        {"lastUpdated", Stamp(set->GetLastUpdatedTime())},
+                                        {"members", members}};
+            std::cout << row.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+        }
+        return;
+    }
+    std::printf("collection last updated %s (local time)\n",
+                Stamp(sets.GetLastUpdatedTime()).c_str());
+    while (CSet* set = sets.GetNext())
+    {
+        std::printf("%s  %-24s  %3d member(s), updated %s UTC\n",
+                    static_cast<const char*>(set->GetSetId().GetFormattedString()),
+                    static_cast<const char*>(set->GetSetName()), set->GetNumberOfItems(),
+                    Stamp(set->GetLastUpdatedTime()).c_str());
+        set->GotoStart();
+        for (int i = set->GetNumberOfItems(); i > 0; --i)
+            std::printf("    %s\n", static_cast<const char*>(set->GetNext().GetFormattedString()));
+    }
+    std::printf("%d sets\n", sets.GetNumberInCollection());
+}
+
+void Setup(CLI::App& app)
+{
+    static std::string path;
+    static bool json = false;
+    auto* command = app.add_subcommand(
+        "sets", "List the sets of a set-collection file (geofence or phonebook sets) with "
+                "their members");
+    command->add_option("FILE", path, "The set-collection file")->required();
+    command->add_flag("--json", json, "One JSON object per set");
+    command->callback([] { List(path, json); });
+}
+
+const warden::Registration registration{"sets", 71, Setup};
+
+} // namespace
