@@ -25,8 +25,10 @@ using LONG = std::int32_t;
 using ULONG = std::uint32_t;
 using SHORT = short;
 using USHORT = unsigned short;
-using LONGLONG = std::int64_t;
-using ULONGLONG = std::uint64_t;
+// `long long`, not int64_t (which is `long` on 64-bit Linux): a `long` must stay a distinct type
+// so that archives write it as the 32-bit Windows long, the width files from Windows carry.
+using LONGLONG = long long;
+using ULONGLONG = unsigned long long;
 using INT_PTR = std::ptrdiff_t;
 using UINT_PTR = std::size_t;
 using LONG_PTR = std::ptrdiff_t;
