@@ -1,4 +1,4 @@
-#include "TzEnvironment.h"
+#include "../platform/TzEnvironment.h"
 
 #include <atomic>
 #include <cmath>
