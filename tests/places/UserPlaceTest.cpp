@@ -172,16 +172,3 @@ TEST(UserPlace, SymbolMessagesReachTheMainWindowWhenThereIsOne)
     }
     EXPECT_FALSE(shared::platform::HasMainWindow()) << "the scoped sink is removed again";
 }
-
-TEST(UserPlace, CopiesAreIndependent)
-{
-    CUserPlace place;
-    place.SetItemId(Cint64(1, 2));
-    place.SetMapLabelText("A");
-    CUserPlace copy(place);
-    copy.SetMapLabelText("B");
-    EXPECT_STREQ(place.GetMapLabelText(), "A");
-    EXPECT_EQ(copy.GetItemId(), Cint64(1, 2));
-    place = copy;
-    EXPECT_STREQ(place.GetMapLabelText(), "B");
-}
