@@ -24,6 +24,8 @@ CUserPlace::CUserPlace() : m_CompanyId("n/a"), m_DeletionTime(CClock::GetUTCCurr
 
 CUserPlace::CUserPlace(const CUserPlace& other) = default;
 CUserPlace& CUserPlace::operator=(const CUserPlace& other) = default;
+CUserPlace::CUserPlace(CUserPlace&& other) noexcept = default;
+CUserPlace& CUserPlace::operator=(CUserPlace&& other) noexcept = default;
 CUserPlace::~CUserPlace() = default;
 
 int CUserPlace::GetNumUploadBytes() const

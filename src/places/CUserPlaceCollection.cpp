@@ -1,3 +1,4 @@
+#include <iterator>
 #include <memory>
 #include <shared/archive/CArchive.h>
 #include <shared/foundation/CLog.h>
@@ -7,6 +8,7 @@
 #include <shared/platform/AtomicFileReplacement.h>
 #include <shared/platform/HostHooks.h>
 #include <shared/time/CClock.h>
+#include <utility>
 
 IMPLEMENT_SERIAL(CUserPlaceCollection, CObject, VERSIONABLE_SCHEMA | 2)
 
@@ -50,14 +52,19 @@ CUserPlaceCollection::~CUserPlaceCollection() = default;
 
 bool CUserPlaceCollection::AddUserPlace(Cint64 id, CUserPlace place)
 {
-    if (m_Places.count(id) != 0)
+    // Files hold places in ascending id order, so a load appends at the end: checking the last
+    // key first keeps that to one comparison per place.
+    auto hint = m_Places.end();
+    if (!m_Places.empty() && !(std::prev(hint)->first < id))
+        hint = m_Places.lower_bound(id);
+    if (hint != m_Places.end() && !(id < hint->first))
     {
         // "SymbolId" although it is the place's id: the log's readers search for this text.
         CLog::AddToLog(kLogError, "CUserPlaceCollection::AddUserPlace() Already have SymbolId %s",
                        static_cast<const char*>(id.GetFormattedString()));
         return false;
     }
-    m_Places.emplace(id, std::move(place));
+    m_Places.emplace_hint(hint, id, std::move(place));
     m_LastUpdated = CClock::GetUTCCurrentDateTime();
     return true;
 }
@@ -194,11 +201,12 @@ void CUserPlaceCollection::Serialize(CArchive& ar)
         // to it in a corrupt file fails instead of handing out a freed pointer.
         ar.UnmapObject(object);
         const std::unique_ptr<CUserPlace> read(static_cast<CUserPlace*>(object));
-        CUserPlace copy(*read);
+        CUserPlace copy(std::move(*read));
         copy.CreateNewPlaceSymbol();
         if (copy.GetItemId() == Cint64())
             copy.SetItemId(CreateNewUserPlaceId());
-        AddUserPlace(copy.GetItemId(), copy);
+        const Cint64 id = copy.GetItemId();
+        AddUserPlace(id, std::move(copy));
     }
     if (schema >= 2)
         ar >> m_LastUpdated;

@@ -128,10 +128,15 @@ TEST(UserPlaceCollection, AddGetModifyDeleteWithTheirLogLines)
 
 TEST(UserPlaceCollection, WalksAndSymbolLookupsShareTheCursorInIdOrder)
 {
+    ScratchFolder folder;
+    LogCapture log(folder);
     CUserPlaceCollection places;
-    places.AddUserPlace(Cint64(1, 0), Place("high", 3));
-    places.AddUserPlace(Cint64(0, 0xFFFFFFFF), Place("middle", 3));
-    places.AddUserPlace(Cint64(0, 2), Place("low", 4));
+    ASSERT_TRUE(places.AddUserPlace(Cint64(1, 0), Place("high", 3)));
+    ASSERT_TRUE(places.AddUserPlace(Cint64(0, 0xFFFFFFFF), Place("middle", 3)));
+    ASSERT_TRUE(places.AddUserPlace(Cint64(0, 2), Place("low", 4)));
+    EXPECT_FALSE(places.AddUserPlace(Cint64(0, 0xFFFFFFFF), Place("again", 5)));
+    EXPECT_FALSE(places.AddUserPlace(Cint64(1, 0), Place("again", 5)));
+    EXPECT_EQ(places.GetNumberInCollection(), 3);
     EXPECT_STREQ(places.GetGeofenceName(3L), "middle") << "unsigned id order, first match";
     EXPECT_STREQ(places.GetNext()->GetMapLabelText(), "high") << "cursor left after the match";
     EXPECT_EQ(places.GetNext(), nullptr);

@@ -34,6 +34,8 @@ public:
     CUserPlace();
     CUserPlace(const CUserPlace& other);
     CUserPlace& operator=(const CUserPlace& other);
+    CUserPlace(CUserPlace&& other) noexcept;
+    CUserPlace& operator=(CUserPlace&& other) noexcept;
     ~CUserPlace() override;
 
     // Item interface.
