@@ -9,8 +9,8 @@
 #include <shared/foundation/CStringManipulator.h>
 #include <shared/phonebook/CMasterPhonebook.h>
 #include <shared/phonebook/CVCard.h>
+#include <shared/platform/AtomicFileReplacement.h>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
 namespace
@@ -47,22 +47,17 @@ void SaveBook(const CMasterPhonebook& book, const std::string& path)
         book.SaveAsVCards(out);
         return;
     }
-    const std::string temporary = path + ".tmp-" + std::to_string(getpid());
+    CAtomicFileReplacement replacement(path);
     {
         CStdioFile file;
-        if (!file.Open(temporary.c_str(), CFile::modeCreate | CFile::modeWrite | CFile::typeText))
-            throw warden::Failure("cannot write " + temporary);
+        if (!file.Open(replacement.GetTemporaryPath(),
+                       CFile::modeCreate | CFile::modeWrite | CFile::typeText))
+            throw warden::Failure("cannot write beside " + path);
         book.SaveAsVCards(file);
         file.Flush();
-        fsync(static_cast<int>(file.m_hFile));
     }
-    std::error_code error;
-    std::filesystem::rename(temporary, path, error);
-    if (error)
-    {
-        std::filesystem::remove(temporary);
-        throw warden::Failure("cannot replace " + path + ": " + error.message());
-    }
+    if (!replacement.Commit())
+        throw warden::Failure("cannot replace " + path);
 }
 
 std::string PermissionLetters(const CPhonebookEntryAttributes& a)
