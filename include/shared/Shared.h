@@ -20,6 +20,7 @@
 #include <shared/framework/WinTypes.h>
 
 // platform
+#include <shared/platform/AtomicFileReplacement.h>
 #include <shared/platform/HostHooks.h>
 #include <shared/platform/SerialLine.h>
 #include <shared/platform/SerialPortPath.h>
@@ -86,9 +87,27 @@
 #include <shared/comms/CZModem.h>
 
 // places
+#include <shared/places/CGeofenceSetCollection.h>
+#include <shared/places/CPhonebookSetCollection.h>
+#include <shared/places/CSet.h>
+#include <shared/places/CSetCollection.h>
 #include <shared/places/CUserPlace.h>
 #include <shared/places/CUserPlaceCollection.h>
+#include <shared/places/CWardenSetModifier.h>
+#include <shared/places/ISetModifier.h>
 #include <shared/places/IWardenCollection.h>
 #include <shared/places/IWardenCollectionItem.h>
 
 // phonebook
+#include <shared/phonebook/CAnyVCProperty.h>
+#include <shared/phonebook/CMasterPhonebook.h>
+#include <shared/phonebook/CPhonebookEntry.h>
+#include <shared/phonebook/CPhonebookEntryAttributes.h>
+#include <shared/phonebook/CVCFFormattedName.h>
+#include <shared/phonebook/CVCFLocatorAttributes.h>
+#include <shared/phonebook/CVCFNickName.h>
+#include <shared/phonebook/CVCFTelephoneNumber.h>
+#include <shared/phonebook/CVCFUid.h>
+#include <shared/phonebook/CVCFVersion.h>
+#include <shared/phonebook/CVCFWardenAttributes.h>
+#include <shared/phonebook/CVCard.h>
