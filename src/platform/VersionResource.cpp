@@ -12,7 +12,7 @@ namespace shared::platform
 namespace
 {
 
-// PE/COFF layout (Microsoft PE Format specification).
+// PE/COFF layout, as Microsoft documents it in "PE Format".
 constexpr std::uint32_t kPeSignature = 0x00004550; // "PE\0\0"
 constexpr std::uint16_t kPe32Magic = 0x10B;
 constexpr std::uint16_t kPe32PlusMagic = 0x20B;

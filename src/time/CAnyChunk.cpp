@@ -140,7 +140,7 @@ bool CAnyChunk::DoesContainTime(COleDateTime const& t, bool includeStart, bool i
 
 bool CAnyChunk::DoesSpanOverFullDays() const
 {
-    // The reference midnight is the interface's own; any midnight has time part 0.
+    // The reference midnight is the interface's own; any midnight has a zero time of day.
     const COleDateTime reference(2002, 1, 17, 0, 0, 0);
     return CClock::IsMidnight(m_dtStart) &&
            CClock::GetTimeOnly(m_dtEnd).m_dt == CClock::GetTimeOnly(reference).m_dt;
