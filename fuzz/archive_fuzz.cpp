@@ -102,6 +102,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
                         CObject* object = ar.ReadObject(nullptr);
                         if (object != nullptr)
                         {
+                            // This loop owns what it reads at the top level; a later
+                            // back-reference must not hand the same object to a bag that
+                            // frees what it reads.
+                            ar.UnmapObject(object);
                             owned.insert(object);
                         }
                     }

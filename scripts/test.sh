@@ -48,6 +48,7 @@ if [ "$fuzz_seconds" != 0 ] && ls fuzz/*_fuzz.cpp >/dev/null 2>&1; then
         [ -d "fuzz/corpus/${name#fuzz_}" ] && seeds+=("fuzz/corpus/${name#fuzz_}")
         echo "-- $name"
         "$target" -max_total_time="$fuzz_seconds" -timeout=10 -rss_limit_mb=2048 \
+            -artifact_prefix=build/fuzz/ \
             -print_final_stats=0 "$corpus" "${seeds[@]}" 2>build/fuzz/$name.log \
             || { tail -n 40 build/fuzz/$name.log; exit 1; }
     done
