@@ -710,11 +710,33 @@ int CZModem::ReceiveBinaryData(std::uint8_t* buffer, unsigned long size, unsigne
 
 // Data subpackets are the bulk of a transfer, so their loop reads bytes itself and leaves only
 // control bytes to the full decoder.
-int CZModem::ReceiveData16(std::uint8_t* buffer, unsigned long size, unsigned long& count)
+namespace
+{
+struct Crc16Policy
+{
+    using Value = std::uint16_t;
+    static constexpr Value kInitial = 0;
+    static constexpr int kLength = 2;
+    static Value Update(std::uint8_t byte, Value crc) { return CZModem::UpdateCRC16(byte, crc); }
+    static bool IsGood(Value crc) { return crc == 0; }
+};
+
+struct Crc32Policy
+{
+    using Value = std::uint32_t;
+    static constexpr Value kInitial = 0xFFFFFFFFu;
+    static constexpr int kLength = 4;
+    static Value Update(std::uint8_t byte, Value crc) { return CZModem::UpdateCRC32(byte, crc); }
+    static bool IsGood(Value crc) { return crc == CRC32_RESIDUE; }
+};
+} // namespace
+
+template <class Crc>
+int CZModem::ReceiveDataWithCrc(std::uint8_t* buffer, unsigned long size, unsigned long& count)
 {
     const unsigned long timeoutMs = m_ulReceiveTimeout * 100;
     const bool escapeControls = (m_eFlags & ZMODEM_ESCAPE_CONTROLS) != 0;
-    std::uint16_t crc = 0;
+    typename Crc::Value crc = Crc::kInitial;
     unsigned long n = 0;
     for (;;)
     {
@@ -731,8 +753,8 @@ int CZModem::ReceiveData16(std::uint8_t* buffer, unsigned long size, unsigned lo
                 return c;
             if (c > 0xFF)
             {
-                crc = UpdateCRC16(static_cast<std::uint8_t>(c & 0xFF), crc);
-                for (int k = 0; k < 2; ++k)
+                crc = Crc::Update(static_cast<std::uint8_t>(c & 0xFF), crc);
+                for (int k = 0; k < Crc::kLength; ++k)
                 {
                     const int b = ReadByteWithEscapeDecode();
                     if (b == RESULT_GOTCAN)
@@ -741,9 +763,9 @@ int CZModem::ReceiveData16(std::uint8_t* buffer, unsigned long size, unsigned lo
                         return b;
                     if (b > 0xFF)
                         return RESULT_ERROR;
-                    crc = UpdateCRC16(static_cast<std::uint8_t>(b), crc);
+                    crc = Crc::Update(static_cast<std::uint8_t>(b), crc);
                 }
-                if (crc != 0)
+                if (!Crc::IsGood(crc))
                     return RESULT_ERROR;
                 count = n;
                 return c;
@@ -752,54 +774,18 @@ int CZModem::ReceiveData16(std::uint8_t* buffer, unsigned long size, unsigned lo
         if (n >= size)
             return RESULT_ERROR;
         buffer[n++] = static_cast<std::uint8_t>(c);
-        crc = UpdateCRC16(static_cast<std::uint8_t>(c), crc);
+        crc = Crc::Update(static_cast<std::uint8_t>(c), crc);
     }
+}
+
+int CZModem::ReceiveData16(std::uint8_t* buffer, unsigned long size, unsigned long& count)
+{
+    return ReceiveDataWithCrc<Crc16Policy>(buffer, size, count);
 }
 
 int CZModem::ReceiveData32(std::uint8_t* buffer, unsigned long size, unsigned long& count)
 {
-    const unsigned long timeoutMs = m_ulReceiveTimeout * 100;
-    const bool escapeControls = (m_eFlags & ZMODEM_ESCAPE_CONTROLS) != 0;
-    std::uint32_t crc = 0xFFFFFFFFu;
-    unsigned long n = 0;
-    for (;;)
-    {
-        unsigned char byte = 0;
-        if (!ZReadByte(byte, timeoutMs))
-            return RESULT_TIMEOUT;
-        int c = byte;
-        if ((byte & 0x60) == 0 && (escapeControls || byte == ZDLE || IsIgnoredFlowControl(byte)))
-        {
-            c = DecodeControlByte(byte);
-            if (c == RESULT_GOTCAN)
-                return ZCAN;
-            if (c < 0)
-                return c;
-            if (c > 0xFF)
-            {
-                crc = UpdateCRC32(static_cast<std::uint8_t>(c & 0xFF), crc);
-                for (int k = 0; k < 4; ++k)
-                {
-                    const int b = ReadByteWithEscapeDecode();
-                    if (b == RESULT_GOTCAN)
-                        return ZCAN;
-                    if (b < 0)
-                        return b;
-                    if (b > 0xFF)
-                        return RESULT_ERROR;
-                    crc = UpdateCRC32(static_cast<std::uint8_t>(b), crc);
-                }
-                if (crc != CRC32_RESIDUE)
-                    return RESULT_ERROR;
-                count = n;
-                return c;
-            }
-        }
-        if (n >= size)
-            return RESULT_ERROR;
-        buffer[n++] = static_cast<std::uint8_t>(c);
-        crc = UpdateCRC32(static_cast<std::uint8_t>(c), crc);
-    }
+    return ReceiveDataWithCrc<Crc32Policy>(buffer, size, count);
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -141,6 +141,10 @@ private:
     int ReceiveBinaryData(std::uint8_t* buffer, unsigned long size, unsigned long& count);
     int ReceiveData16(std::uint8_t* buffer, unsigned long size, unsigned long& count);
     int ReceiveData32(std::uint8_t* buffer, unsigned long size, unsigned long& count);
+    // The one data loop behind both: Crc gives the register, its start, the CRC length and the
+    // good residue.
+    template <class Crc>
+    int ReceiveDataWithCrc(std::uint8_t* buffer, unsigned long size, unsigned long& count);
 
     int ReadByteWithTimeOut(unsigned long tenths);
     int Read7BitByte(unsigned long tenths);
