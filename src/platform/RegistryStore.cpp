@@ -8,6 +8,8 @@
 #include <fcntl.h>
 #include <mutex>
 #include <pwd.h>
+#include <shared/platform/AtomicFileReplacement.h>
+#include <shared/platform/FileSystem.h>
 #include <shared/platform/RegistryStore.h>
 #include <shared/platform/SystemError.h>
 #include <sys/file.h>
@@ -25,7 +27,6 @@ namespace
 using namespace winerror;
 
 constexpr std::string_view kValuesFile = ".values";
-constexpr std::string_view kTempFile = ".values.tmp";
 constexpr std::string_view kDamagedFile = ".values.damaged";
 constexpr std::string_view kLockFile = ".lock";
 constexpr std::string_view kHeader = "shared-registry-values 1";
@@ -390,37 +391,35 @@ bool ParseValues(std::string_view text, std::vector<RegistryNamedValue>& values)
 ValuesFile LoadValues(const fs::path& dir)
 {
     ValuesFile file;
-    const int fd = ::open((dir / kValuesFile).c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
-    if (fd < 0)
-    {
-        // Missing is an empty key; anything else (a directory in its place...) is damage.
-        file.damaged = errno != ENOENT;
-        return file;
-    }
-    std::string text;
+    const FileSystemCalls& calls = GetFileSystemCalls();
+    FileHandle handle = kNoFileHandle;
+    // The store's own files are regular files; a link or folder in their place is damage.
     struct stat st
     {
     };
-    bool ok = ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode) &&
-              static_cast<std::uint64_t>(st.st_size) <= kMaxValuesFileSize;
+    const fs::path path = dir / kValuesFile;
+    if (::lstat(path.c_str(), &st) != 0)
+    {
+        // Missing is an empty key; anything else is damage.
+        file.damaged = errno != ENOENT;
+        return file;
+    }
+    if (!S_ISREG(st.st_mode) || calls.open(path.c_str(), fileopen::kRead, handle) != 0)
+    {
+        file.damaged = true;
+        return file;
+    }
+    std::string text;
+    std::int64_t size = 0;
+    bool ok =
+        calls.getSize(handle, size) == 0 && static_cast<std::uint64_t>(size) <= kMaxValuesFileSize;
     if (ok)
     {
-        text.resize(static_cast<std::size_t>(st.st_size));
-        std::size_t done = 0;
-        while (done < text.size())
-        {
-            const ssize_t n = ::read(fd, text.data() + done, text.size() - done);
-            if (n < 0 && errno == EINTR)
-                continue;
-            if (n <= 0)
-            {
-                ok = false;
-                break;
-            }
-            done += static_cast<std::size_t>(n);
-        }
+        text.resize(static_cast<std::size_t>(size));
+        std::size_t got = 0;
+        ok = ReadAll(handle, text.data(), text.size(), got) == 0 && got == text.size();
     }
-    ::close(fd);
+    calls.close(handle);
     if (!ok || !ParseValues(text, file.values))
     {
         file.values.clear();
@@ -452,49 +451,37 @@ std::string SerialiseValues(const std::vector<RegistryNamedValue>& values)
     return out;
 }
 
-unsigned long WriteFileFully(int fd, std::string_view data)
+unsigned long ErrorOf(FileError error)
 {
-    while (!data.empty())
-    {
-        const ssize_t n = ::write(fd, data.data(), data.size());
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n <= 0)
-            return n < 0 ? ErrorFromErrno(errno) : kWriteFault;
-        data.remove_prefix(static_cast<std::size_t>(n));
-    }
-    return kSuccess;
+    return ErrorFromErrno(static_cast<int>(error));
 }
 
-// Replaces the key's values file atomically. The caller holds the write lock, so one temporary
-// name per key is enough; a leftover from a writer that died is simply overwritten.
+// Replaces the key's values file atomically; the caller holds the write lock.
 unsigned long StoreValues(const fs::path& dir, const ValuesFile& file)
 {
+    const FileSystemCalls& calls = GetFileSystemCalls();
     const fs::path target = dir / kValuesFile;
     if (file.damaged)
     {
         // Keep what could not be read for whoever wants to look at it.
-        ::rename(target.c_str(), (dir / kDamagedFile).c_str());
+        calls.rename(target.c_str(), (dir / kDamagedFile).c_str());
     }
-    const fs::path temp = dir / kTempFile;
-    const int fd =
-        ::open(temp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0600);
-    if (fd < 0)
-        return ErrorFromErrno(errno);
-    unsigned long error = WriteFileFully(fd, SerialiseValues(file.values));
-    if (error == kSuccess && ::fsync(fd) != 0)
-        error = ErrorFromErrno(errno);
-    if (::close(fd) != 0 && error == kSuccess)
-        error = ErrorFromErrno(errno);
-    if (error == kSuccess && ::rename(temp.c_str(), target.c_str()) != 0)
-        error = ErrorFromErrno(errno);
-    if (error != kSuccess)
-    {
-        ::unlink(temp.c_str());
-        return error;
-    }
-    SyncDirectory(dir);
-    return kSuccess;
+    CAtomicFileReplacement replacement(target.string());
+    FileHandle handle = kNoFileHandle;
+    FileError error = calls.open(
+        replacement.GetTemporaryPath(),
+        fileopen::kWrite | fileopen::kCreate | fileopen::kTruncate | fileopen::kPrivate, handle);
+    if (error != 0)
+        return ErrorOf(error);
+    const std::string text = SerialiseValues(file.values);
+    error = WriteAll(handle, text.data(), text.size());
+    if (error == 0)
+        error = calls.sync(handle);
+    if (const FileError closed = calls.close(handle); error == 0)
+        error = closed;
+    if (error == 0 && !replacement.Commit())
+        error = replacement.GetError();
+    return error == 0 ? kSuccess : ErrorOf(error);
 }
 
 std::vector<RegistryNamedValue>::iterator FindValue(std::vector<RegistryNamedValue>& values,
