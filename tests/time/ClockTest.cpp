@@ -270,15 +270,25 @@ TEST_F(ClockTest, SmartConversionsUseTheRulesOfTheDate)
     CClock::InitialiseTimezone();
 }
 
-TEST_F(ClockTest, ZoneNames)
+TEST_F(ClockTest, ZoneNamesComeFromTheZoneRules)
 {
     EXPECT_EQ(CClock::GetTimeZoneString(0), "UTC (Universal Time)");
     EXPECT_EQ(CClock::GetShortTimeZoneString(0), "UTC");
-    TzEnvironment env("CET-1CEST,M3.5.0,M10.5.0/3");
-    EXPECT_EQ(CClock::GetShortTimeZoneString(1), "CEST"); // the fake PC clock says June
-    EXPECT_EQ(CClock::GetTimeZoneString(1), "+0200");
-    m_pc.SetNow(UtcMilliseconds(2006, 1, 12, 10));
-    EXPECT_EQ(CClock::GetShortTimeZoneString(1), "CET");
+    const char* const cet = "CET-1CEST,M3.5.0,M10.5.0/3";
+    // Read from the environment, and installed over a host zone that differs.
+    for (const bool installed : {false, true})
+    {
+        const TzEnvironment env(installed ? "UTC0" : cet);
+        std::optional<shared::platform::ScopedTimeZoneRules> zone;
+        if (installed)
+            zone.emplace(*shared::platform::TimeZoneRules::FromPosixString(cet));
+        m_pc.SetNow(UtcMilliseconds(2006, 6, 12, 10));
+        EXPECT_EQ(CClock::GetShortTimeZoneString(1), "CEST") << installed;
+        EXPECT_EQ(CClock::GetTimeZoneString(1), "+0200") << installed;
+        m_pc.SetNow(UtcMilliseconds(2006, 1, 12, 10));
+        EXPECT_EQ(CClock::GetShortTimeZoneString(1), "CET") << installed;
+        EXPECT_EQ(CClock::GetTimeZoneString(1), "+0100") << installed;
+    }
 }
 
 TEST(ClockArithmeticTest, SecondCounts)
