@@ -2,10 +2,14 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <gtest/gtest.h>
 #include <iterator>
 #include <random>
+#include <shared/foundation/CLog.h>
 #include <shared/framework/CFile.h>
+#include <shared/places/CSetCollection.h>
+#include <shared/places/CUserPlaceCollection.h>
 #include <shared/platform/AtomicFileReplacement.h>
 #include <shared/platform/FileSystem.h>
 #include <shared/platform/RegistryStore.h>
@@ -130,6 +134,28 @@ TEST_F(FileSystemTest, DiskFullIsReportedAndLeavesTheOldFileAlone)
     }
     EXPECT_EQ(Contents(PathOf("places.dat")), "old");
     EXPECT_EQ(Entries(), std::vector<std::string>{"places.dat"});
+}
+
+TEST_F(FileSystemTest, CollectionsReportDiskFullAndKeepTheirFiles)
+{
+    CLog::SetLogFileName(CString(PathOf("Application.log").c_str()));
+    const std::vector<std::function<bool(const char*)>> savers{
+        [](const char* path) { return CSetCollection().SaveCollection(path); },
+        [](const char* path) { return CUserPlaceCollection().SaveCollection(path); }};
+    for (const auto& save : savers)
+    {
+        ASSERT_TRUE(save(PathOf("saved.dat").c_str()));
+        const std::string before = Contents(PathOf("saved.dat"));
+        {
+            const pf::CScopedFileSystemCalls use(FaultyCalls());
+            g_faults.diskFull = true;
+            EXPECT_FALSE(save(PathOf("saved.dat").c_str()));
+        }
+        EXPECT_EQ(Contents(PathOf("saved.dat")), before);
+        std::filesystem::remove(PathOf("saved.dat"));
+    }
+    CLog::SetLogFileName(CString());
+    EXPECT_EQ(Entries(), std::vector<std::string>{"Application.log"});
 }
 
 TEST_F(FileSystemTest, RegistryStoreReportsDiskFullAndKeepsItsValues)
