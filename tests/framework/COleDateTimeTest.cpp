@@ -8,7 +8,6 @@
 #include <shared/framework/COleDateTimeSpan.h>
 #include <shared/platform/SystemTime.h>
 #include <shared/platform/TimeZoneRules.h>
-#include <sstream>
 
 namespace
 {
@@ -388,15 +387,4 @@ TEST(COleDateTimeTest, ParsesTheCommonDateAndTimeForms)
         EXPECT_EQ(parsed.m_dt, 0.0);
     }
     EXPECT_FALSE(dt.ParseDateTime(nullptr));
-}
-
-TEST(COleDateTimeTest, PrintsReadablyForDiagnostics)
-{
-    std::ostringstream out;
-    COleDateTime nullDate;
-    nullDate.SetStatus(COleDateTime::null);
-    out << COleDateTime(2006, 6, 12, 16, 5, 9) << "|" << nullDate << "|"
-        << COleDateTime(2006, 2, 30, 0, 0, 0) << "|" << -COleDateTimeSpan(1, 2, 3, 4);
-    EXPECT_EQ(out.str(), "2006-06-12 16:05:09 (38880.670243056)|null|invalid (0.000000000)|"
-                         "-1 -2:-3:-4 (-1.085462963)");
 }

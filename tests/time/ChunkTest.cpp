@@ -21,7 +21,7 @@ const COleDateTime kNoon = At(2006, 6, 12, 12);
 
 } // namespace
 
-TEST(ChunkTest, TypesNamesAndConstruction)
+TEST(ChunkTest, CopiesAndSimilarChunks)
 {
     const CChunk empty;
     EXPECT_EQ(empty.GetStart().m_dt, 0.0);
@@ -32,13 +32,6 @@ TEST(ChunkTest, TypesNamesAndConstruction)
     CChunk plain(kTen, kNoon);
     CCuteChunk cute(kTen, kNoon);
     CWatchChunk watch(kTen, kNoon);
-    EXPECT_EQ(plain.GetType(), 8);
-    EXPECT_EQ(cute.GetType(), 9);
-    EXPECT_EQ(watch.GetType(), 10);
-    EXPECT_EQ(plain.GetFormatedType(), "Chunk");
-    EXPECT_EQ(cute.GetFormatedType(), "Cute");
-    EXPECT_EQ(watch.GetFormatedType(), "WatchChunk");
-    EXPECT_EQ(plain.CAnyChunk::GetFormatedType(), "Undefined");
 
     plain.SetFlag(true);
     CChunk copy(plain);
@@ -165,21 +158,6 @@ TEST(ChunkTest, IntersectionAndUnion)
     const CChunk joined = CChunk(kNine, kTen).GetUnion(CChunk(kEleven, kNoon));
     EXPECT_EQ(joined.GetStart().m_dt, kNine.m_dt);
     EXPECT_EQ(joined.GetEnd().m_dt, kNoon.m_dt);
-}
-
-TEST(ChunkTest, DiagnosticText)
-{
-    CChunk chunk(At(2006, 6, 12, 10, 5, 9), kNoon);
-    const CString start = chunk.GetFormatedStart();
-    EXPECT_EQ(start.Left(11), "12/06/06-10");
-    EXPECT_EQ(start.Right(5), "05:09");
-    CString expected;
-    expected.Format("Chunk       %0.3f -> %0.3f (%s -> %s) ", chunk.GetStart().m_dt,
-                    chunk.GetEnd().m_dt, start, chunk.GetFormatedEnd());
-    EXPECT_EQ(chunk.GetDiagnosticString(), expected);
-    chunk.SetFlag(true);
-    expected += "Flagged!";
-    EXPECT_EQ(chunk.GetDiagnosticString(), expected);
 }
 
 TEST(ChunkTest, CuteChunkTilesWithSubChunks)
