@@ -114,7 +114,8 @@ SHARED_API const FileSystemCalls& GetRealFileSystemCalls();
 SHARED_API const FileSystemCalls& GetFileSystemCalls();
 
 // Installs a copy of the calls for the lifetime of the object, then restores the previous ones.
-// Installation is process-wide; the guards nest.
+// Installation is process-wide and the guards nest; a guard must outlive every file operation
+// started while it is installed.
 class SHARED_API CScopedFileSystemCalls
 {
 public:
