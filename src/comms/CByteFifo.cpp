@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 #include <mutex>
+#include <new>
 #include <shared/comms/CByteFifo.h>
 #include <thread>
 #include <vector>
@@ -22,10 +23,22 @@
 struct CByteFifo::State
 {
     explicit State(unsigned long requested)
-        : size(requested < 2 ? 2 : requested), capacity(size - 1),
+        : size(Checked(requested)), capacity(size - 1),
           cells(std::bit_ceil(static_cast<std::size_t>(size))), mask(cells.size() - 1)
     {
     }
+
+    // A ring beyond a gigabyte is a wrong argument rather than a wish; refusing it keeps the
+    // rounding up to a power of two from overflowing where unsigned long is 32 bits.
+    static unsigned long Checked(unsigned long requested)
+    {
+        if (requested > kLargest)
+        {
+            throw std::bad_alloc();
+        }
+        return requested < 2 ? 2 : requested;
+    }
+    static constexpr unsigned long kLargest = 1UL << 30;
 
     unsigned char& Cell(std::uint64_t position) { return cells[position & mask]; }
 

@@ -20,7 +20,8 @@ public:
     // A timeout that waits for ever (the value of the Windows INFINITE constant).
     static constexpr unsigned long Infinite = 0xFFFFFFFFUL;
 
-    // Sizes below 2 are raised to 2 (a ring of one cell could hold nothing).
+    // Sizes below 2 are raised to 2 (a ring of one cell could hold nothing); sizes above 1 GiB
+    // throw std::bad_alloc.
     explicit CByteFifo(unsigned long size = 4096);
     // A copy is another handle on the same ring: it shares buffer, offsets, lock and wake-up.
     CByteFifo(CByteFifo const& other) = default;
