@@ -507,8 +507,11 @@ bool CSerialPortDevice::ReadAvailable(bool useMarks, unsigned long& events, unsi
                 m_sigLineError.Send(m_nPort.load(), LINE_OVERRUN);
             }
         }
-        if (count == 0 && marks.breaks == 0 && marks.errors == 0)
+        if (marks.breaks == 0 && marks.errors == 0 &&
+            static_cast<unsigned long>(count) < room)
         {
+            // A short read without marks drained the driver: the next poll says when more is
+            // there, which saves a read that would only answer "nothing".
             return true;
         }
     }
