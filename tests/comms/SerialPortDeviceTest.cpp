@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -43,6 +44,12 @@ public:
         }
     }
     bool Ok() const { return m_master >= 0 && !m_slavePath.empty(); }
+    // The far end goes away: the device's side hangs up.
+    void Hangup()
+    {
+        ::close(m_master);
+        m_master = -1;
+    }
     std::string const& SlavePath() const { return m_slavePath; }
 
     // Writes everything, waiting while the line is full.
@@ -274,6 +281,11 @@ TEST_F(SerialPortDeviceTest, FailedOpensReportAndLeaveTheDeviceClosed)
                             Device::PARITY_BIT_NONE, Device::STOP_BITS_ONE_HALF,
                             Device::HANDSHAKE_NONE, 0),
               87u);
+    EXPECT_FALSE(m_device.IsOpen());
+
+    // A receive buffer that cannot be had is said to be that, not the driver's queues.
+    EXPECT_EQ(OpenDevice(0x80000000UL), 8u);
+    EXPECT_EQ(m_errors.Records().back().message, "Unable to allocate the receive buffer");
     EXPECT_FALSE(m_device.IsOpen());
     EXPECT_TRUE(opens.Events().empty()) << "no open signal for a failed open";
     EXPECT_EQ(Device::CheckPort(kPort), Device::PORT_AVAILABLE) << "nothing left holding the port";
@@ -565,4 +577,73 @@ TEST_F(SerialPortDeviceTest, ClosedDevicesFailCleanly)
     Device copy(m_device);
     EXPECT_FALSE(copy.Write("x", 1, 10));
     EXPECT_EQ(m_errors.Records().size(), 3u);
+}
+
+// The far end writes sentences flat out while the reader is slower. By default the FIFO loses
+// what does not fit and says so with LINE_OVERRUN; holding input back instead leaves the bytes
+// in the driver, the full pseudo-terminal holds the writer back, and every line arrives.
+TEST_F(SerialPortDeviceTest, BurstsOverflowByDefaultAndAreHeldBackOnRequest)
+{
+    std::string const sentence =
+        "$GPRMC,123519,A,4807.038,N,01131.000,E,022.4,084.4,230394,003.1,W*6A\r\n";
+    constexpr int kLines = 1500;
+    for (bool hold : {false, true})
+    {
+        Device device;
+        LineErrorLog lineErrors;
+        device.ConnectLineErrorHandler(lineErrors, 128);
+        device.SetHoldInputWhenFull(hold);
+        ASSERT_EQ(device.Open(kPort, Device::BAUDRATE_115200, Device::DATA_BITS_8,
+                              Device::PARITY_BIT_NONE, Device::STOP_BITS_ONE,
+                              Device::HANDSHAKE_NONE, 0),
+                  0u);
+        std::thread writer(
+            [&]
+            {
+                for (int i = 0; i < kLines; ++i)
+                {
+                    m_pty.Send(sentence);
+                }
+            });
+        int lines = 0;
+        unsigned char buffer[512];
+        while (unsigned long const n = device.Read(buffer, sizeof buffer, 300, 0))
+        {
+            lines += static_cast<int>(std::count(buffer, buffer + n, '\n'));
+            std::this_thread::sleep_for(1ms); // a reader slower than the line
+        }
+        writer.join();
+        if (hold)
+        {
+            EXPECT_EQ(lines, kLines);
+            EXPECT_TRUE(lineErrors.Errors().empty());
+        }
+        else
+        {
+            EXPECT_LT(lines, kLines);
+            ASSERT_FALSE(lineErrors.Errors().empty());
+            EXPECT_EQ(lineErrors.Errors()[0], 2u);
+        }
+    }
+}
+
+TEST_F(SerialPortDeviceTest, HangupIsReportedOnceAndSeenAtOnce)
+{
+    ASSERT_EQ(OpenDevice(), 0u);
+    EXPECT_FALSE(m_device.IsLineLost());
+    m_pty.Send("$GPZDA*00\r\n");
+    ASSERT_TRUE(WaitForBytes(11));
+    m_pty.Hangup();
+    auto const deadline = Clock::now() + 2s;
+    while (!m_device.IsLineLost() && Clock::now() < deadline)
+    {
+        std::this_thread::sleep_for(1ms);
+    }
+    EXPECT_TRUE(m_device.IsLineLost());
+    std::this_thread::sleep_for(50ms);
+    auto const records = m_errors.Records();
+    ASSERT_EQ(records.size(), 1u);
+    EXPECT_EQ(records[0].message, "Unable to read serial data");
+    EXPECT_EQ(records[0].code, 1167u);
+    EXPECT_EQ(m_device.GetBytesReady(), 11u) << "what arrived before stays readable";
 }
