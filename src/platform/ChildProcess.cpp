@@ -201,16 +201,14 @@ int CChildProcess::Stop(unsigned long graceMs, unsigned long killAfterMs)
     WaitUntil([&] { return reap(WNOHANG); }, graceMs);
 
     // The group is named after the command's id, which stays reserved while any member lives.
+    // Members that honoured the request may linger as zombies until whoever adopted them reaps
+    // them, so the group cannot be watched until it is empty: once the command itself is gone
+    // (or after killAfterMs), whatever is left is killed, which costs a zombie nothing.
     ::kill(-pid, SIGTERM);
-    const bool gone = WaitUntil(
-        [&] { return (reaped || reap(WNOHANG)) && ::kill(-pid, 0) != 0 && errno == ESRCH; },
-        killAfterMs);
-    if (!gone)
-    {
-        ::kill(-pid, SIGKILL);
-        if (!reaped)
-            reap(0);
-    }
+    WaitUntil([&] { return reaped || reap(WNOHANG); }, killAfterMs);
+    ::kill(-pid, SIGKILL);
+    if (!reaped)
+        reap(0);
     m_pid = -1;
     return m_exitCode;
 }
