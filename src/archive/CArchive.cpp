@@ -226,6 +226,13 @@ void CArchive::FillBuffer(size_t count)
 
 void CArchive::ReadBytes(void* data, size_t count)
 {
+    // Primitives nearly always lie whole in the buffer; only the rest go through Read.
+    if (IsLoading() && static_cast<size_t>(m_bufMax - m_bufCur) >= count)
+    {
+        std::memcpy(data, m_bufCur, count);
+        m_bufCur += count;
+        return;
+    }
     if (Read(data, static_cast<UINT>(count)) != count)
     {
         Throw(CArchiveException::endOfFile);
@@ -381,6 +388,15 @@ CArchive& CArchive::operator>>(CString& str)
 {
     int nCharSize = 1;
     const UINT_PTR length = AfxReadStringLength(*this, nCharSize);
+    if (nCharSize == 1 && length <= nStringChunk)
+    {
+        // Read straight into the string's own storage: one allocation at most, none for short
+        // texts. The target changes only once the whole text has been read.
+        CString read;
+        ReadBytes(read.GetBufferSetLength(static_cast<int>(length)), length);
+        str = std::move(read);
+        return *this;
+    }
     std::string text;
     if (nCharSize == 1)
     {

@@ -50,7 +50,26 @@ CUserPlaceCollection& CUserPlaceCollection::operator=(const CUserPlaceCollection
 
 CUserPlaceCollection::~CUserPlaceCollection() = default;
 
+void CUserPlaceCollection::TakePlacesFrom(CUserPlaceCollection& other)
+{
+    // The assignment's effect for a collection about to be thrown away: the places move instead
+    // of being copied. The high part is this application's setting, not the file's: it stays.
+    const bool atEnd = other.m_Cursor == other.m_Places.end();
+    const Cint64 cursorKey = atEnd ? Cint64() : other.m_Cursor->first;
+    m_Places = std::move(other.m_Places);
+    m_Cursor = atEnd ? m_Places.end() : m_Places.find(cursorKey);
+    m_LastUpdated = other.m_LastUpdated;
+}
+
 bool CUserPlaceCollection::AddUserPlace(Cint64 id, CUserPlace place)
+{
+    if (!Insert(id, std::move(place)))
+        return false;
+    m_LastUpdated = CClock::GetUTCCurrentDateTime();
+    return true;
+}
+
+bool CUserPlaceCollection::Insert(Cint64 id, CUserPlace&& place)
 {
     // Files hold places in ascending id order, so a load appends at the end: checking the last
     // key first keeps that to one comparison per place.
@@ -65,7 +84,6 @@ bool CUserPlaceCollection::AddUserPlace(Cint64 id, CUserPlace place)
         return false;
     }
     m_Places.emplace_hint(hint, id, std::move(place));
-    m_LastUpdated = CClock::GetUTCCurrentDateTime();
     return true;
 }
 
@@ -206,7 +224,8 @@ void CUserPlaceCollection::Serialize(CArchive& ar)
         if (copy.GetItemId() == Cint64())
             copy.SetItemId(CreateNewUserPlaceId());
         const Cint64 id = copy.GetItemId();
-        AddUserPlace(id, std::move(copy));
+        // As AddUserPlace, without its time stamp: the stamp is set once the places are read.
+        Insert(id, std::move(copy));
     }
     if (schema >= 2)
         ar >> m_LastUpdated;
@@ -321,9 +340,7 @@ bool CUserPlaceCollection::ReadCollection(CString path)
                 return false;
             }
             // The high part is this application's setting, not the file's: it stays.
-            const unsigned int highPart = m_HighPart;
-            *this = *static_cast<CUserPlaceCollection*>(read.get());
-            m_HighPart = highPart;
+            TakePlacesFrom(*static_cast<CUserPlaceCollection*>(read.get()));
             return true;
         });
     if (whole)
