@@ -9,6 +9,12 @@
 
 IMPLEMENT_SERIAL(CSetCollection, CObject, VERSIONABLE_SCHEMA | 1)
 
+namespace
+{
+// Reading in larger pieces than the 4096 bytes a save uses saves system calls on big files.
+constexpr int kReadBufferSize = 64 * 1024;
+} // namespace
+
 CSetCollection::CSetCollection()
     : m_Cursor(m_Sets.begin()), m_LastUpdated(COleDateTime::GetCurrentTime())
 {
@@ -202,7 +208,7 @@ bool CSetCollection::ReadCollection(CString path)
         return false;
     try
     {
-        CArchive archive(&file, CArchive::load, 4096);
+        CArchive archive(&file, CArchive::load, kReadBufferSize);
         const std::unique_ptr<CObject> read(archive.ReadObject(RUNTIME_CLASS(CSetCollection)));
         archive.Close();
         if (!read)

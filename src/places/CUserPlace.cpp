@@ -20,7 +20,28 @@ constexpr long kAreaLightening = 200;
 constexpr int kUploadOverhead = 18;
 } // namespace
 
-CUserPlace::CUserPlace() : m_CompanyId("n/a"), m_DeletionTime(CClock::GetUTCCurrentDateTime()) {}
+namespace
+{
+thread_local const COleDateTime* t_pSharedInstant = nullptr;
+}
+
+CUserPlace::CSharedInstant::CSharedInstant()
+    : m_Now(CClock::GetUTCCurrentDateTime()), m_pOuter(t_pSharedInstant)
+{
+    t_pSharedInstant = &m_Now;
+}
+
+CUserPlace::CSharedInstant::~CSharedInstant()
+{
+    t_pSharedInstant = m_pOuter;
+}
+
+CUserPlace::CUserPlace()
+    : m_CompanyId("n/a"), m_DeletionTime(t_pSharedInstant != nullptr
+                                             ? *t_pSharedInstant
+                                             : CClock::GetUTCCurrentDateTime())
+{
+}
 
 CUserPlace::CUserPlace(const CUserPlace& other) = default;
 CUserPlace& CUserPlace::operator=(const CUserPlace& other) = default;

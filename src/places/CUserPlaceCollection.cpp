@@ -17,6 +17,8 @@ CUserPlaceCollection* CUserPlaceCollection::s_pUserPlaceCollection = nullptr;
 namespace
 {
 constexpr int kLogError = 1;
+// Reading in larger pieces than the 4096 bytes a save uses saves system calls on big files.
+constexpr int kReadBufferSize = 64 * 1024;
 
 // The exception's own text, at most 255 characters.
 CString MessageOf(const CException& error)
@@ -208,6 +210,7 @@ void CUserPlaceCollection::Serialize(CArchive& ar)
     const UINT schema = ar.GetObjectSchema();
     LONG count = 0;
     ar >> count;
+    const CUserPlace::CSharedInstant loadInstant;
     // Places are read one at a time, so a count larger than the data ends in the archive's
     // end-of-file exception rather than a large allocation.
     for (LONG i = 0; i < count; ++i)
@@ -219,13 +222,11 @@ void CUserPlaceCollection::Serialize(CArchive& ar)
         // to it in a corrupt file fails instead of handing out a freed pointer.
         ar.UnmapObject(object);
         const std::unique_ptr<CUserPlace> read(static_cast<CUserPlace*>(object));
-        CUserPlace copy(std::move(*read));
-        copy.CreateNewPlaceSymbol();
-        if (copy.GetItemId() == Cint64())
-            copy.SetItemId(CreateNewUserPlaceId());
-        const Cint64 id = copy.GetItemId();
+        read->CreateNewPlaceSymbol();
+        if (read->GetItemId() == Cint64())
+            read->SetItemId(CreateNewUserPlaceId());
         // As AddUserPlace, without its time stamp: the stamp is set once the places are read.
-        Insert(id, std::move(copy));
+        Insert(read->GetItemId(), std::move(*read));
     }
     if (schema >= 2)
         ar >> m_LastUpdated;
@@ -329,7 +330,7 @@ bool CUserPlaceCollection::ReadCollection(CString path)
     const bool whole = TryRead(
         [&]
         {
-            CArchive archive(&file, CArchive::load, 4096);
+            CArchive archive(&file, CArchive::load, kReadBufferSize);
             const std::unique_ptr<CObject> read(
                 archive.ReadObject(RUNTIME_CLASS(CUserPlaceCollection)));
             archive.Close();
@@ -355,7 +356,7 @@ bool CUserPlaceCollection::ReadCollection(CString path)
             file.Close();
             if (!file.Open(path, CFile::modeRead))
                 AfxThrowFileException(CFileException::fileNotFound, -1, path);
-            CArchive archive(&file, CArchive::load, 4096);
+            CArchive archive(&file, CArchive::load, kReadBufferSize);
             CUserPlaceCollection scratch(*this);
             scratch.Serialize(archive);
             archive.Close();
