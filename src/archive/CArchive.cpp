@@ -53,6 +53,34 @@ char NarrowFromUtf16(unsigned unit)
     return '?';
 }
 
+// The address index of a load archive is built only when an object other than the newest few
+// is forgotten; until then it is empty and reading an object costs no index entry. Once built
+// it holds this key, so that it never looks unbuilt again.
+const CObject* const kIndexBuiltKey = nullptr;
+constexpr size_t nRecentEntries = 4;
+
+template <typename Index> void IndexLoaded(Index& index, const CObject* pOb, size_t at)
+{
+    if (!index.empty())
+    {
+        index[pOb] = static_cast<DWORD>(at);
+    }
+}
+
+// The position of pOb among the newest entries, or 0. Objects are nearly always forgotten just
+// after they are read.
+template <typename Array> size_t FindRecent(const Array& entries, const CObject* pOb)
+{
+    for (size_t i = entries.size(); i-- > 1 && entries.size() - i <= nRecentEntries;)
+    {
+        if (!entries[i].isClass && entries[i].pObject == pOb)
+        {
+            return i;
+        }
+    }
+    return 0;
+}
+
 } // namespace
 
 CArchive::CArchive(CFile* pFile, UINT nMode, int nBufSize, void* lpBuf)
@@ -226,6 +254,13 @@ void CArchive::FillBuffer(size_t count)
 
 void CArchive::ReadBytes(void* data, size_t count)
 {
+    // Primitives nearly always lie whole in the buffer; only the rest go through Read.
+    if (IsLoading() && static_cast<size_t>(m_bufMax - m_bufCur) >= count)
+    {
+        std::memcpy(data, m_bufCur, count);
+        m_bufCur += count;
+        return;
+    }
     if (Read(data, static_cast<UINT>(count)) != count)
     {
         Throw(CArchiveException::endOfFile);
@@ -381,6 +416,15 @@ CArchive& CArchive::operator>>(CString& str)
 {
     int nCharSize = 1;
     const UINT_PTR length = AfxReadStringLength(*this, nCharSize);
+    if (nCharSize == 1 && length <= nStringChunk)
+    {
+        // Read straight into the string's own storage: one allocation at most, none for short
+        // texts. The target changes only once the whole text has been read.
+        CString read;
+        ReadBytes(read.GetBufferSetLength(static_cast<int>(length)), length);
+        str = std::move(read);
+        return *this;
+    }
     std::string text;
     if (nCharSize == 1)
     {
@@ -587,7 +631,7 @@ void CArchive::MapObject(const CObject* pOb)
         LoadEntry entry;
         entry.pObject = const_cast<CObject*>(pOb);
         entry.pClass = pOb->GetRuntimeClass();
-        m_loadIndex[pOb] = static_cast<DWORD>(m_loadArray.size());
+        IndexLoaded(m_loadIndex, pOb, m_loadArray.size());
         m_loadArray.push_back(entry);
         ++m_nMapCount;
     }
@@ -599,15 +643,36 @@ void CArchive::UnmapObject(const CObject* pOb)
     {
         return;
     }
-    const auto found = m_loadIndex.find(pOb);
-    if (found == m_loadIndex.end())
+    size_t at = FindRecent(m_loadArray, pOb);
+    if (at == 0)
     {
-        return;
+        if (m_loadIndex.empty())
+        {
+            // Built once, in order, so that of two entries for one address (the first object
+            // freed without being forgotten) the newer wins.
+            m_loadIndex.emplace(kIndexBuiltKey, 0);
+            for (size_t i = 1; i < m_loadArray.size(); ++i)
+            {
+                if (!m_loadArray[i].isClass && m_loadArray[i].pObject != nullptr)
+                {
+                    m_loadIndex[m_loadArray[i].pObject] = static_cast<DWORD>(i);
+                }
+            }
+        }
+        const auto found = m_loadIndex.find(pOb);
+        if (found == m_loadIndex.end())
+        {
+            return;
+        }
+        at = found->second;
     }
-    LoadEntry& entry = m_loadArray[found->second];
+    if (!m_loadIndex.empty())
+    {
+        m_loadIndex.erase(pOb);
+    }
+    LoadEntry& entry = m_loadArray[at];
     entry.pObject = nullptr;
     entry.forgotten = true;
-    m_loadIndex.erase(found);
 }
 
 void CArchive::WriteClass(const CRuntimeClass* pClassRef)
@@ -820,7 +885,7 @@ CObject* CArchive::ReadObject(const CRuntimeClass* pClassRefRequested)
         LoadEntry entry;
         entry.pClass = pClassRef;
         entry.pObject = pOb;
-        m_loadIndex[pOb] = static_cast<DWORD>(m_loadArray.size());
+        IndexLoaded(m_loadIndex, pOb, m_loadArray.size());
         m_loadArray.push_back(entry);
         ++m_nMapCount;
 
