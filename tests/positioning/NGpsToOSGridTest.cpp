@@ -7,6 +7,7 @@
 #include <limits>
 #include <shared/positioning/NGpsToOSGrid.h>
 #include <string>
+#include <thread>
 
 using namespace NGpsToOSGrid;
 
@@ -263,6 +264,49 @@ TEST(NGpsToOSGridConvert, OutsideUkOrLattice)
     EXPECT_NEAR(E, 400000 + 99, 5);
     EXPECT_GT(N, 1300000);
     EXPECT_LT(N, 1400000);
+}
+
+TEST(NGpsToOSGridConvert, ThreadsConvertingAtOnceAgreeWithOneThread)
+{
+    // The forward conversion sets GRS80 up and the reverse ones Airy; run together they must
+    // not project with each other's ellipsoid.
+    constexpr double kLat = 52.2;
+    constexpr double kLon = 0.12;
+    double E = 0;
+    double N = 0;
+    ASSERT_TRUE(ConvertGPSDegreestoNatGrid(kLat, kLon, E, N));
+    double lat = 0;
+    double lon = 0;
+    ASSERT_TRUE(ConvertNatGridtoGPSDegrees(E, N, lat, lon));
+
+    int forwardMisses = 0;
+    int reverseMisses = 0;
+    std::thread forward(
+        [&]
+        {
+            for (int i = 0; i < 20000; ++i)
+            {
+                double e = 0;
+                double n = 0;
+                ConvertGPSDegreestoNatGrid(kLat, kLon, e, n);
+                forwardMisses += (e != E || n != N) ? 1 : 0;
+            }
+        });
+    std::thread reverse(
+        [&]
+        {
+            for (int i = 0; i < 20000; ++i)
+            {
+                double la = 0;
+                double lo = 0;
+                ConvertNatGridtoGPSDegrees(E, N, la, lo);
+                reverseMisses += (la != lat || lo != lon) ? 1 : 0;
+            }
+        });
+    forward.join();
+    reverse.join();
+    EXPECT_EQ(forwardMisses, 0);
+    EXPECT_EQ(reverseMisses, 0);
 }
 
 TEST(NGpsToOSGridConvert, ReverseConversionsKeepTheirAsymmetry)
