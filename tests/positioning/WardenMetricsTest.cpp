@@ -3,6 +3,7 @@
 #include <limits>
 #include <shared/positioning/NWardenMetrics.h>
 #include <string>
+#include <tuple>
 
 namespace NW = NWardenMetrics;
 
@@ -107,14 +108,12 @@ TEST(WardenMetrics, DistanceAndBearing)
         0.0);
 
     // Quadrants: the bearing comes from the flat angle.
-    NW::GetDistance(0.0, 0.0, 1.0, 1.0, bearing, NW::eFlatEarth, true);
-    EXPECT_NEAR(bearing, 45.0, 0.01);
-    NW::GetDistance(0.0, 0.0, 1.0, -1.0, bearing, NW::eFlatEarth, true);
-    EXPECT_NEAR(bearing, 135.0, 0.01);
-    NW::GetDistance(0.0, 0.0, -1.0, -1.0, bearing, NW::eFlatEarth, true);
-    EXPECT_NEAR(bearing, 225.0, 0.01);
-    NW::GetDistance(0.0, 0.0, -1.0, 1.0, bearing, NW::eFlatEarth, true);
-    EXPECT_NEAR(bearing, 315.0, 0.01);
+    for (auto [lon, lat, expected] : {std::tuple{1.0, 1.0, 45.0}, std::tuple{1.0, -1.0, 135.0},
+                                      std::tuple{-1.0, -1.0, 225.0}, std::tuple{-1.0, 1.0, 315.0}})
+    {
+        NW::GetDistance(0.0, 0.0, lon, lat, bearing, NW::eFlatEarth, true);
+        EXPECT_NEAR(bearing, expected, 0.01) << lon << "," << lat;
+    }
 
     // The same point: no distance and a defined bearing.
     EXPECT_DOUBLE_EQ(NW::GetDistance(1.0, 51.0, 1.0, 51.0, bearing, NW::eSphericalCosine, true),
