@@ -217,6 +217,15 @@ TEST(NmeaSentence, RmcFieldRulesAndShortSentences)
     ASSERT_TRUE(p.GetCourse(v));
     EXPECT_DOUBLE_EQ(v, 12.5); // trailing text ignored
 
+    // Fields past the mode (newer receivers add some) and blanks around fields change nothing.
+    Decoded longer = Decode(Framed("GPRMC, 235959 ,A,5130,N,00000.0,E,0,360,311299,,,A,V,x,y"));
+    ASSERT_EQ(longer.result, CNmeaSentence::eNMEAParseOK);
+    ASSERT_TRUE(As<CNmeaGPRMC>(longer).GetTimeStamp(stamp));
+    EXPECT_EQ(stamp, COleDateTime(2099, 12, 31, 23, 59, 59));
+    char mode = 0;
+    ASSERT_TRUE(As<CNmeaGPRMC>(longer).GetModeIndicator(mode));
+    EXPECT_EQ(mode, 'A');
+
     // Just the type word is a sentence with nothing valid.
     Decoded bare = Decode(Framed("GPRMC"));
     ASSERT_EQ(bare.result, CNmeaSentence::eNMEAParseOK);
