@@ -31,11 +31,27 @@ public:
         if (Contains(c))
             return;
         if (m_count < 2)
-            m_few[m_count] = c;
+        {
+            m_few[m_count++] = c;
+            return;
+        }
+        // The table is filled only for larger sets: clearing it costs more than scanning a
+        // sentence with one or two characters.
+        if (m_count == 2)
+        {
+            std::memset(m_table, 0, sizeof m_table);
+            m_table[static_cast<unsigned char>(m_few[0])] = true;
+            m_table[static_cast<unsigned char>(m_few[1])] = true;
+        }
         ++m_count;
         m_table[static_cast<unsigned char>(c)] = true;
     }
-    bool Contains(char c) const { return m_table[static_cast<unsigned char>(c)]; }
+    bool Contains(char c) const
+    {
+        if (m_count > 2)
+            return m_table[static_cast<unsigned char>(c)];
+        return (m_count > 0 && c == m_few[0]) || (m_count > 1 && c == m_few[1]);
+    }
     // The first character from pos on that is in the set, or end.
     char const* FindFirst(char const* pos, char const* end) const
     {
@@ -61,7 +77,7 @@ public:
     }
 
 private:
-    bool m_table[256] = {};
+    bool m_table[256];
     char m_few[2] = {};
     int m_count = 0;
 };

@@ -31,7 +31,7 @@ CSet::CSet(const CSet& other)
 {
 }
 
-CSet::CSet(CSet&& other) noexcept
+CSet::CSet(CSet&& other)
     : CObject(), m_SetId(other.m_SetId), m_SetName(std::move(other.m_SetName)),
       m_LastUpdated(other.m_LastUpdated), m_Members(std::move(other.m_Members)),
       m_Cursor(other.m_Cursor), m_Index(std::move(other.m_Index)), m_IndexUsed(other.m_IndexUsed),

@@ -26,7 +26,7 @@ public:
     // in list form; callers rely on that to merge sets, so it stays.
     CSet& operator=(const CSet& other);
     // Takes the members, cursor, name, id, time stamp and listeners; the source is left empty.
-    CSet(CSet&& other) noexcept;
+    CSet(CSet&& other);
     ~CSet() override;
 
     Cint64 GetSetId() const { return m_SetId; }
