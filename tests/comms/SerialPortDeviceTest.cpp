@@ -8,6 +8,7 @@
 #include <mutex>
 #include <poll.h>
 #include <shared/comms/CSerialPortDevice.h>
+#include <shared/comms/CSerialPortList.h>
 #include <shared/platform/SerialPortPath.h>
 #include <string>
 #include <thread>
@@ -646,4 +647,28 @@ TEST_F(SerialPortDeviceTest, HangupIsReportedOnceAndSeenAtOnce)
     EXPECT_EQ(records[0].message, "Unable to read serial data");
     EXPECT_EQ(records[0].code, 1167u);
     EXPECT_EQ(m_device.GetBytesReady(), 11u) << "what arrived before stays readable";
+}
+
+TEST_F(SerialPortDeviceTest, PortListFindsEnvironmentPortsAndTheirState)
+{
+    ::setenv("SHARED_COM4321", m_pty.SlavePath().c_str(), 1);
+    ::setenv("SHARED_COM4322", "/nonexistent/ttyQ", 1);
+    auto find = [](std::vector<CSerialPortList::Entry> const& entries, int port)
+    {
+        auto it = std::find_if(entries.begin(), entries.end(),
+                               [port](auto const& e) { return e.port == port; });
+        return it == entries.end() ? Device::PORT_ERROR - 1 : it->status;
+    };
+    auto entries = CSerialPortList::Scan(1, 0, false);
+    EXPECT_EQ(find(entries, 4321), Device::PORT_AVAILABLE) << "named by the environment only";
+    EXPECT_EQ(find(entries, 4322), Device::PORT_ERROR - 1) << "absent ports are left out";
+    EXPECT_EQ(find(CSerialPortList::Scan(1, 0, true), 4322), Device::PORT_NOT_PRESENT);
+
+    Device holder;
+    ASSERT_EQ(holder.Open(4321, Device::BAUDRATE_9600, Device::DATA_BITS_8, Device::PARITY_BIT_NONE,
+                          Device::STOP_BITS_ONE, Device::HANDSHAKE_NONE, 0),
+              0u);
+    EXPECT_EQ(find(CSerialPortList::Scan(1, 0, false), 4321), Device::PORT_IN_USE);
+    ::unsetenv("SHARED_COM4321");
+    ::unsetenv("SHARED_COM4322");
 }
