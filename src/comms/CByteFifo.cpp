@@ -59,7 +59,9 @@ struct CByteFifo::State
     // is seen here.
     void Wake()
     {
-        if (waiters.load() != 0)
+        // One wake-up per sleep is enough: while a woken consumer is still on its way, further
+        // puts would only repeat the system call.
+        if (waiters.load() != 0 && !wakeSent.exchange(true))
         {
             {
                 std::lock_guard guard(sleepLock);
@@ -103,7 +105,13 @@ struct CByteFifo::State
         }
         std::unique_lock guard(sleepLock);
         waiters.fetch_add(1);
-        auto const ready = [this] { return head.load() != tail.load(); };
+        // Checked before every sleep, so each sleep asks for a wake-up of its own, even one
+        // that follows a wake-up whose bytes another consumer took.
+        auto const ready = [this]
+        {
+            wakeSent.store(false);
+            return head.load() != tail.load();
+        };
         bool got = true;
         if (timeoutMs == Infinite)
         {
@@ -125,6 +133,7 @@ struct CByteFifo::State
     alignas(64) std::atomic<std::uint64_t> tail{0};
     alignas(64) std::atomic<bool> consumerLock{false};
     std::atomic<int> waiters{0};
+    std::atomic<bool> wakeSent{false};
     std::mutex sleepLock;
     std::condition_variable arrived;
 };

@@ -1,9 +1,7 @@
-#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <new>
-#include <poll.h>
 #include <shared/comms/CSerialPortDevice.h>
 #include <shared/platform/SerialPortPath.h>
 #include <shared/platform/SystemError.h>
@@ -357,28 +355,18 @@ void CSerialPortDevice::ReceiveThreadProc()
         bool const watchLines = (counters || modemStatus) && lineAlive && (mask & kLineEvents) != 0;
         bool const heldBack = lineAlive && ReadRoom() == 0;
         bool const readData = lineAlive && !heldBack && (mask & EVENT_RXCHAR) != 0;
-        pollfd fds[2] = {{m_wake.GetDescriptor(), POLLIN, 0},
-                         {readData ? m_line.GetDescriptor() : -1, POLLIN, 0}};
-        int const ready = ::poll(fds, 2,
-                                 heldBack     ? kHeldInputPollMs
-                                 : watchLines ? kLineWatchMs
-                                              : -1);
-        if (ready < 0)
+        unsigned waitEvents = 0;
+        unsigned long const waitError = m_line.Wait(m_wake, readData,
+                                                    heldBack     ? kHeldInputPollMs
+                                                    : watchLines ? kLineWatchMs
+                                                                 : INFINITE_TIMEOUT,
+                                                    waitEvents);
+        if (waitError != 0)
         {
-            int const err = errno;
-            if (err == EINTR)
-            {
-                continue;
-            }
-            Report("ReceiveThreadProc", "Error waiting for I/O completion",
-                   shared::platform::WinErrorFromErrno(err));
-            // poll() fails only for reasons that persist; do not flood the error signal.
+            Report("ReceiveThreadProc", "Error waiting for I/O completion", waitError);
+            // Such a wait fails only for reasons that persist; do not flood the error signal.
             std::this_thread::sleep_for(std::chrono::milliseconds(100));
             continue;
-        }
-        if (fds[0].revents != 0)
-        {
-            m_wake.Drain();
         }
         if (m_bStop.load())
         {
@@ -392,7 +380,7 @@ void CSerialPortDevice::ReceiveThreadProc()
 
         unsigned long events = 0;
         unsigned long errors = 0;
-        if (fds[1].revents != 0)
+        if ((waitEvents & shared::platform::kSerialReadable) != 0)
         {
             lineAlive = ReadAvailable(!counters, events, errors);
         }
@@ -507,8 +495,7 @@ bool CSerialPortDevice::ReadAvailable(bool useMarks, unsigned long& events, unsi
                 m_sigLineError.Send(m_nPort.load(), LINE_OVERRUN);
             }
         }
-        if (marks.breaks == 0 && marks.errors == 0 &&
-            static_cast<unsigned long>(count) < room)
+        if (marks.breaks == 0 && marks.errors == 0 && static_cast<unsigned long>(count) < room)
         {
             // A short read without marks drained the driver: the next poll says when more is
             // there, which saves a read that would only answer "nothing".
