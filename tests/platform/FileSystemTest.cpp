@@ -15,6 +15,7 @@
 #include <shared/platform/RegistryStore.h>
 #include <shared/platform/SystemError.h>
 #include <string>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -201,6 +202,23 @@ TEST_F(FileSystemTest, KeepExistingRefusesToReplace)
     EXPECT_FALSE(replacement.Commit());
     EXPECT_EQ(replacement.GetError(), pf::fileerror::kExists);
     EXPECT_EQ(Contents(PathOf("in.bin")), "old");
+}
+
+TEST_F(FileSystemTest, PermissionsAndModificationTimeReachTheFile)
+{
+    const pf::FileSystemCalls& calls = pf::GetRealFileSystemCalls();
+    pf::FileHandle handle = pf::kNoFileHandle;
+    ASSERT_EQ(calls.open(PathOf("f").c_str(), pf::fileopen::kWrite | pf::fileopen::kCreate, handle),
+              0);
+    EXPECT_EQ(calls.setPermissions(handle, 0640), 0);
+    EXPECT_EQ(calls.setModificationTime(handle, 1150108205), 0);
+    EXPECT_EQ(calls.close(handle), 0);
+    struct stat info;
+    ASSERT_EQ(::stat(PathOf("f").c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 0777, 0640u);
+    EXPECT_EQ(info.st_mtime, 1150108205);
+    EXPECT_EQ(calls.open(PathOf("").c_str(), pf::fileopen::kRead, handle),
+              pf::fileerror::kIsDirectory);
 }
 
 // Temporary files of writers that died are removed by the next save of the same file, and only
