@@ -177,7 +177,7 @@ TEST_F(FileSystemTest, RegistryStoreReportsDiskFullAndKeepsItsValues)
     ASSERT_EQ(store.QueryValue(HKEY_CURRENT_USER, "Software\\Test", "Port", value), 0u);
     EXPECT_EQ(value, pf::RegistryValue::Dword(1));
     for (const auto& entry : std::filesystem::recursive_directory_iterator(m_dir))
-        EXPECT_EQ(entry.path().string().find(".tmp"), std::string::npos) << entry.path();
+        EXPECT_EQ(entry.path().string().find(".savetmp"), std::string::npos) << entry.path();
 }
 
 TEST_F(FileSystemTest, TemporaryNamesFitBesideTheLongestLegalNames)
@@ -229,9 +229,9 @@ TEST_F(FileSystemTest, NextSaveRemovesTheTemporariesOfDeadWriters)
     if (dead == 0)
         ::_exit(0);
     ::waitpid(dead, nullptr, 0);
-    const std::string deadTemp = "a.dat~" + std::to_string(dead) + "-3.tmp";
-    const std::string liveTemp = "a.dat~1-0.tmp"; // init never goes away
-    const std::string otherTemp = "b.dat~" + std::to_string(dead) + "-0.tmp";
+    const std::string deadTemp = "a.dat~" + std::to_string(dead) + "-3.savetmp";
+    const std::string liveTemp = "a.dat~1-0.savetmp"; // init never goes away
+    const std::string otherTemp = "b.dat~" + std::to_string(dead) + "-0.savetmp";
     for (const auto& name : {deadTemp, liveTemp, otherTemp})
         std::ofstream(PathOf(name)) << "partial";
     ASSERT_EQ(Save(PathOf("a.dat"), "x"), 0);
