@@ -11,9 +11,10 @@ namespace
 
 // The longest file name most file systems take (NAME_MAX, and Windows' 255 characters).
 constexpr std::size_t kMaxNameLength = 255;
-constexpr std::string_view kTemporaryEnd = ".tmp";
+// Distinctive, so that no file a user would name is taken for a leftover and removed.
+constexpr std::string_view kTemporaryEnd = ".savetmp";
 
-// "~<process>-<counter>.tmp"
+// "~<process>-<counter>.savetmp"
 std::string TemporarySuffix(unsigned long process, unsigned counter)
 {
     return "~" + std::to_string(process) + "-" + std::to_string(counter) +

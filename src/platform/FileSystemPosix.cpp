@@ -169,13 +169,37 @@ FileError ListFolder(const char* folder, std::vector<std::string>& names)
     return 0;
 }
 
+FileError SetPermissions(FileHandle handle, unsigned permissions)
+{
+    return ::fchmod(Descriptor(handle), static_cast<mode_t>(permissions & 0777)) == 0 ? 0
+                                                                                      : LastError();
+}
+
+FileError SetModificationTime(FileHandle handle, std::int64_t utcSeconds)
+{
+    const timespec times[2] = {{0, UTIME_OMIT}, {static_cast<time_t>(utcSeconds), 0}};
+    return ::futimens(Descriptor(handle), times) == 0 ? 0 : LastError();
+}
+
 } // namespace
 
 const FileSystemCalls& GetRealFileSystemCalls()
 {
-    static const FileSystemCalls real{Open,    Read,       Write,     Seek,   GetSize,
-                                      SetSize, Sync,       Close,     Rename, RenameNoReplace,
-                                      Remove,  SyncFolder, ListFolder};
+    static const FileSystemCalls real{.open = Open,
+                                      .read = Read,
+                                      .write = Write,
+                                      .seek = Seek,
+                                      .getSize = GetSize,
+                                      .setSize = SetSize,
+                                      .sync = Sync,
+                                      .close = Close,
+                                      .rename = Rename,
+                                      .renameNoReplace = RenameNoReplace,
+                                      .remove = Remove,
+                                      .syncFolder = SyncFolder,
+                                      .listFolder = ListFolder,
+                                      .setPermissions = SetPermissions,
+                                      .setModificationTime = SetModificationTime};
     return real;
 }
 

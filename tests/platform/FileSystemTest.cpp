@@ -15,6 +15,7 @@
 #include <shared/platform/RegistryStore.h>
 #include <shared/platform/SystemError.h>
 #include <string>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -176,7 +177,7 @@ TEST_F(FileSystemTest, RegistryStoreReportsDiskFullAndKeepsItsValues)
     ASSERT_EQ(store.QueryValue(HKEY_CURRENT_USER, "Software\\Test", "Port", value), 0u);
     EXPECT_EQ(value, pf::RegistryValue::Dword(1));
     for (const auto& entry : std::filesystem::recursive_directory_iterator(m_dir))
-        EXPECT_EQ(entry.path().string().find(".tmp"), std::string::npos) << entry.path();
+        EXPECT_EQ(entry.path().string().find(".savetmp"), std::string::npos) << entry.path();
 }
 
 TEST_F(FileSystemTest, TemporaryNamesFitBesideTheLongestLegalNames)
@@ -203,6 +204,23 @@ TEST_F(FileSystemTest, KeepExistingRefusesToReplace)
     EXPECT_EQ(Contents(PathOf("in.bin")), "old");
 }
 
+TEST_F(FileSystemTest, PermissionsAndModificationTimeReachTheFile)
+{
+    const pf::FileSystemCalls& calls = pf::GetRealFileSystemCalls();
+    pf::FileHandle handle = pf::kNoFileHandle;
+    ASSERT_EQ(calls.open(PathOf("f").c_str(), pf::fileopen::kWrite | pf::fileopen::kCreate, handle),
+              0);
+    EXPECT_EQ(calls.setPermissions(handle, 0640), 0);
+    EXPECT_EQ(calls.setModificationTime(handle, 1150108205), 0);
+    EXPECT_EQ(calls.close(handle), 0);
+    struct stat info;
+    ASSERT_EQ(::stat(PathOf("f").c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 0777, 0640u);
+    EXPECT_EQ(info.st_mtime, 1150108205);
+    EXPECT_EQ(calls.open(PathOf("").c_str(), pf::fileopen::kRead, handle),
+              pf::fileerror::kIsDirectory);
+}
+
 // Temporary files of writers that died are removed by the next save of the same file, and only
 // those: a live writer's and another file's stay.
 TEST_F(FileSystemTest, NextSaveRemovesTheTemporariesOfDeadWriters)
@@ -211,9 +229,9 @@ TEST_F(FileSystemTest, NextSaveRemovesTheTemporariesOfDeadWriters)
     if (dead == 0)
         ::_exit(0);
     ::waitpid(dead, nullptr, 0);
-    const std::string deadTemp = "a.dat~" + std::to_string(dead) + "-3.tmp";
-    const std::string liveTemp = "a.dat~1-0.tmp"; // init never goes away
-    const std::string otherTemp = "b.dat~" + std::to_string(dead) + "-0.tmp";
+    const std::string deadTemp = "a.dat~" + std::to_string(dead) + "-3.savetmp";
+    const std::string liveTemp = "a.dat~1-0.savetmp"; // init never goes away
+    const std::string otherTemp = "b.dat~" + std::to_string(dead) + "-0.savetmp";
     for (const auto& name : {deadTemp, liveTemp, otherTemp})
         std::ofstream(PathOf(name)) << "partial";
     ASSERT_EQ(Save(PathOf("a.dat"), "x"), 0);

@@ -106,6 +106,11 @@ struct SHARED_API FileSystemCalls
     FileError (*syncFolder)(const char* folder);
     // The names in a folder, "." and ".." excluded.
     FileError (*listFolder)(const char* folder, std::vector<std::string>& names);
+    // POSIX permission bits (0777) of an open file; where the host has none, only the owner's
+    // write bit counts (cleared: read-only).
+    FileError (*setPermissions)(FileHandle handle, unsigned permissions);
+    // The time of last modification, in seconds since 1970 UTC.
+    FileError (*setModificationTime)(FileHandle handle, std::int64_t utcSeconds);
 };
 
 // The host's calls.
