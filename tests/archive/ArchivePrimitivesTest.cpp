@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <shared/archive/CArchive.h>
 #include <string>
+#include <tuple>
 
 using namespace archive_test;
 
@@ -31,19 +32,10 @@ TEST(ArchivePrimitives, ValuesAreLittleEndianInTheirWindowsWidths)
     Load(expected,
          [&](CArchive& ar)
          {
-             BYTE by = 0;
-             WORD w = 0;
-             DWORD dw = 0;
-             LONG l = 0;
-             short s = 0;
-             char ch = 0;
-             bool yes = false, no = true;
-             float f = 0;
-             double d = 0;
-             LONGLONG ll = 0;
-             ULONGLONG ull = 0;
-             unsigned u = 0;
-             int i = 0;
+             std::tuple<BYTE, WORD, DWORD, LONG, short, char, bool, bool, float, double, LONGLONG,
+                        ULONGLONG, unsigned, int>
+                 values;
+             auto& [by, w, dw, l, s, ch, yes, no, f, d, ll, ull, u, i] = values;
              ar >> by >> w >> dw >> l >> s >> ch >> yes >> no >> f >> d >> ll >> ull >> u >> i;
              EXPECT_TRUE(ar.IsBufferEmpty());
              EXPECT_EQ(Store(
@@ -272,9 +264,9 @@ TEST(ArchivePrimitives, SmallBuffersAndLargeBlocksKeepTheByteOrder)
 
 TEST(ArchivePrimitives, ClosingALoadArchiveLeavesTheFileJustPastWhatWasRead)
 {
-    TempDir dir;
+    ScratchFolder dir;
     const std::string path = dir.File("position.bin");
-    WriteFileBytes(path, Bytes(1000, 0x11));
+    ScratchFolder::Write(path, Bytes(1000, 0x11));
     CFile file(path.c_str(), CFile::modeRead);
     {
         CArchive ar(&file, CArchive::load);
@@ -289,7 +281,7 @@ TEST(ArchivePrimitives, ClosingALoadArchiveLeavesTheFileJustPastWhatWasRead)
 
 TEST(ArchivePrimitives, StoreArchivesFlushOnCloseOrDestructionButNotOnAbort)
 {
-    TempDir dir;
+    ScratchFolder dir;
     const std::string path = dir.File("flush.bin");
     CFile file(path.c_str(), CFile::modeCreate | CFile::modeReadWrite);
     {
@@ -322,8 +314,6 @@ TEST(ArchivePrimitives, WrongDirectionAndClosedArchivesThrow)
     Load(B({1, 2, 3, 4}),
          [](CArchive& ar)
          {
-             EXPECT_TRUE(ar.IsLoading());
-             EXPECT_FALSE(ar.IsStoring());
              EXPECT_EQ(ArchiveCause([&] { ar << 1; }), CArchiveException::readOnly);
              EXPECT_EQ(ArchiveCause([&] { ar.WriteObject(nullptr); }), CArchiveException::readOnly);
              ar.Close();
@@ -384,13 +374,10 @@ TEST(ArchivePrimitives, ExceptionsNameTheFileInTheirMessages)
     CArchiveException unnamed(CArchiveException::endOfFile);
     ASSERT_TRUE(unnamed.GetErrorMessage(text, sizeof text));
     EXPECT_STREQ(text, "An attempt was made to access an unnamed file past its end.");
-    EXPECT_TRUE(unnamed.IsKindOf(RUNTIME_CLASS(CException)));
-    EXPECT_FALSE(unnamed.IsKindOf(RUNTIME_CLASS(CFileException)));
-
     // Archives name the file they work on.
-    TempDir dir;
+    ScratchFolder dir;
     const std::string path = dir.File("named.bin");
-    WriteFileBytes(path, B({}));
+    ScratchFolder::Write(path, B({}));
     CFile file(path.c_str(), CFile::modeRead);
     CArchive ar(&file, CArchive::load);
     try

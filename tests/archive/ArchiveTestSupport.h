@@ -1,7 +1,7 @@
 #pragma once
 
-// Helpers shared by the archive tests: a temporary directory, files from bytes, archives over
-// them, and the cause of the archive exception a piece of code throws.
+// Helpers shared by the archive and places tests: a scratch folder, files from bytes, archives
+// over them, and the cause of the archive exception a piece of code throws.
 
 #include <cstdlib>
 #include <filesystem>
@@ -12,6 +12,7 @@
 #include <iterator>
 #include <shared/archive/CArchive.h>
 #include <shared/framework/CFile.h>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -41,45 +42,44 @@ inline void AppendText(Bytes& to, const std::string& text)
     to.insert(to.end(), text.begin(), text.end());
 }
 
-class TempDir
+// A temporary folder, removed with everything in it.
+class ScratchFolder
 {
 public:
-    TempDir()
+    ScratchFolder()
     {
-        char pattern[] = "/tmp/arch-archive-XXXXXX";
-        if (::mkdtemp(pattern) != nullptr)
-        {
-            m_path = pattern;
-        }
+        std::string pattern = (std::filesystem::temp_directory_path() / "shared-XXXXXX").string();
+        if (::mkdtemp(pattern.data()) == nullptr)
+            throw std::runtime_error("cannot make a scratch folder");
+        m_path = pattern;
     }
-    ~TempDir() { std::filesystem::remove_all(m_path); }
-    TempDir(const TempDir&) = delete;
-    TempDir& operator=(const TempDir&) = delete;
+    ~ScratchFolder() { std::filesystem::remove_all(m_path); }
+    ScratchFolder(const ScratchFolder&) = delete;
+    ScratchFolder& operator=(const ScratchFolder&) = delete;
 
-    std::string File(const char* name) const { return (m_path / name).string(); }
+    std::string File(const std::string& name) const { return (m_path / name).string(); }
+
+    static void Write(const std::string& path, const Bytes& bytes)
+    {
+        std::ofstream(path, std::ios::binary)
+            .write(reinterpret_cast<const char*>(bytes.data()),
+                   static_cast<std::streamsize>(bytes.size()));
+    }
+    static Bytes Read(const std::string& path)
+    {
+        std::ifstream in(path, std::ios::binary);
+        return Bytes(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    }
 
 private:
     std::filesystem::path m_path;
 };
 
-inline Bytes ReadFileBytes(const std::string& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    return Bytes(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-inline void WriteFileBytes(const std::string& path, const Bytes& bytes)
-{
-    std::ofstream out(path, std::ios::binary);
-    out.write(reinterpret_cast<const char*>(bytes.data()),
-              static_cast<std::streamsize>(bytes.size()));
-}
-
 // What a store archive writes when body runs on it.
 inline Bytes Store(const std::function<void(CArchive&)>& body, int bufferSize = 4096)
 {
-    TempDir dir;
-    const std::string path = dir.File("stored.bin");
+    ScratchFolder folder;
+    const std::string path = folder.File("stored.bin");
     CFile file;
     EXPECT_TRUE(file.Open(path.c_str(), CFile::modeCreate | CFile::modeWrite));
     {
@@ -88,16 +88,16 @@ inline Bytes Store(const std::function<void(CArchive&)>& body, int bufferSize = 
         ar.Close();
     }
     file.Close();
-    return ReadFileBytes(path);
+    return ScratchFolder::Read(path);
 }
 
 // Runs body on a load archive over the bytes. Exceptions pass through to the caller.
 inline void Load(const Bytes& bytes, const std::function<void(CArchive&)>& body,
                  int bufferSize = 4096)
 {
-    TempDir dir;
-    const std::string path = dir.File("loaded.bin");
-    WriteFileBytes(path, bytes);
+    ScratchFolder folder;
+    const std::string path = folder.File("loaded.bin");
+    ScratchFolder::Write(path, bytes);
     CFile file;
     EXPECT_TRUE(file.Open(path.c_str(), CFile::modeRead));
     CArchive ar(&file, CArchive::load, bufferSize);

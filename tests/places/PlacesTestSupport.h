@@ -4,13 +4,11 @@
 // that assembles archive bytes by hand from the file format (never with the archive code under
 // test), a recording slot, and a fixed clock.
 
+#include "../archive/ArchiveTestSupport.h"
+
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <iterator>
 #include <shared/comms/CBaseSlot2.h>
 #include <shared/foundation/Cint64.h>
 #include <shared/platform/SystemTime.h>
@@ -18,7 +16,8 @@
 #include <utility>
 #include <vector>
 
-using Bytes = std::vector<unsigned char>;
+using archive_test::Bytes;
+using archive_test::ScratchFolder;
 
 // Little-endian archive bytes, written field by field.
 class ArchiveBytes
@@ -57,7 +56,6 @@ public:
     // An identifier: high part first, each part little-endian.
     ArchiveBytes& Id(std::uint32_t high, std::uint32_t low) { return U32(high).U32(low); }
     ArchiveBytes& Date(double days, std::int32_t status = 0) { return I32(status).Double(days); }
-    ArchiveBytes& Bool(bool value) { return U8(value ? 1 : 0); }
     // The tag of a class met for the first time.
     ArchiveBytes& NewClass(unsigned schema, const std::string& name)
     {
@@ -76,38 +74,6 @@ private:
     Bytes m_bytes;
 };
 
-class ScratchFolder
-{
-public:
-    ScratchFolder()
-    {
-        std::string pattern = (std::filesystem::temp_directory_path() / "places-XXXXXX").string();
-        if (mkdtemp(pattern.data()) == nullptr)
-            throw std::runtime_error("cannot make a scratch folder");
-        m_path = pattern;
-    }
-    ~ScratchFolder() { std::filesystem::remove_all(m_path); }
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
-
-    std::string File(const std::string& name) const { return (m_path / name).string(); }
-
-    static void Write(const std::string& path, const Bytes& bytes)
-    {
-        std::ofstream(path, std::ios::binary)
-            .write(reinterpret_cast<const char*>(bytes.data()),
-                   static_cast<std::streamsize>(bytes.size()));
-    }
-    static Bytes Read(const std::string& path)
-    {
-        std::ifstream in(path, std::ios::binary);
-        return Bytes(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    }
-
-private:
-    std::filesystem::path m_path;
-};
-
 // Records every (id, change) pair it is sent.
 class RecordingSlot : public CBaseSlot2<const Cint64, const char>
 {
@@ -123,13 +89,12 @@ public:
 // Day 45000.5 of the framework's calendar: 2023-03-15 12:00:00, a whole second, so that dates
 // read back from the clock compare exactly.
 constexpr double kFixedDay = 45000.5;
-constexpr std::int64_t kFixedUtcMilliseconds = (45000LL - 25569LL) * 86400000LL + 43200000LL;
 
 // Holds both the UTC and the local clock at kFixedDay for the lifetime of the object.
 class FixedClock
 {
 public:
-    FixedClock() : m_source(kFixedUtcMilliseconds, 0), m_use(m_source) {}
+    FixedClock() : m_source((45000LL - 25569LL) * 86400000LL + 43200000LL, 0), m_use(m_source) {}
     shared::platform::CManualSystemTimeSource& Source() { return m_source; }
 
 private:

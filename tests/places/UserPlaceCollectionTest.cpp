@@ -1,6 +1,5 @@
 #include "UserPlacesTestSupport.h"
 
-#include <random>
 #include <shared/places/CUserPlaceCollection.h>
 #include <shared/time/CClock.h>
 
@@ -168,7 +167,6 @@ TEST(UserPlaceCollection, NewIdsSkipHeldOnes)
     places.AddUserPlace(Cint64(0x77, Now()), Place("a"));
     places.AddUserPlace(Cint64(0x77, Now() + 1), Place("b"));
     EXPECT_EQ(places.CreateNewUserPlaceId(), Cint64(0x77, Now() + 2));
-    EXPECT_EQ(CUserPlaceCollection::s_iTemporaryMaxNumberInCollection, 240);
 }
 
 TEST(UserPlaceCollection, EmptyFileIsByteExact)
@@ -293,25 +291,6 @@ TEST(UserPlaceCollection, BareBodyIsReadByTheSecondAttemptAndAdded)
     EXPECT_EQ(host.boxes.size(), 1u);
 }
 
-TEST(UserPlaceCollection, MoreThan0x7FFFObjectsRoundTrip)
-{
-    FixedClock clock;
-    ScratchFolder folder;
-    std::vector<PlaceRecord> records(0x8001);
-    for (size_t i = 0; i < records.size(); ++i)
-    {
-        records[i].idLow = static_cast<std::uint32_t>(i + 1);
-        records[i].mapLabel = "p" + std::to_string(i);
-    }
-    const Bytes bytes = PlacesFile(records, kFixedDay).Get();
-    ScratchFolder::Write(folder.File("many.dat"), bytes);
-    CUserPlaceCollection places;
-    ASSERT_TRUE(places.ReadCollection(folder.File("many.dat").c_str()));
-    EXPECT_EQ(places.GetNumberInCollection(), 0x8001);
-    ASSERT_TRUE(places.SaveCollection(folder.File("again.dat").c_str()));
-    EXPECT_TRUE(ScratchFolder::Read(folder.File("again.dat")) == bytes);
-}
-
 TEST(UserPlaceCollection, MissingFileAndNullObjectAreLogged)
 {
     ScratchFolder folder;
@@ -367,30 +346,6 @@ TEST(UserPlaceCollection, DamagedFilesFailAndLeaveTheCollectionAlone)
     ScratchFolder::Write(folder.File("over.dat"), overCounted);
     EXPECT_FALSE(places.ReadCollection(folder.File("over.dat").c_str()));
     EXPECT_TRUE(unchanged());
-
-    std::mt19937 random(5);
-    for (int round = 0; round < 120; ++round)
-    {
-        Bytes bytes = whole;
-        if (round % 2 == 0)
-        {
-            bytes.resize(random() % 200);
-            for (auto& byte : bytes)
-                byte = static_cast<unsigned char>(random());
-        }
-        else
-        {
-            for (int hit = 0; hit < 3; ++hit)
-                bytes[random() % bytes.size()] = static_cast<unsigned char>(random());
-        }
-        ScratchFolder::Write(folder.File("noise.dat"), bytes);
-        CUserPlaceCollection scratch(places);
-        if (!scratch.ReadCollection(folder.File("noise.dat").c_str()))
-        {
-            ASSERT_EQ(scratch.GetNumberInCollection(), 1) << round;
-            ASSERT_EQ(scratch.GetLastUpdatedTime().m_dt, 2.0) << round;
-        }
-    }
 }
 
 TEST(UserPlaceCollection, SavingReplacesTheFileWholeOrNotAtAll)

@@ -26,14 +26,6 @@ TEST(UserPlace, DefaultsStampTheDeletionTimeNotTheCreationTime)
     CUserPlace place;
     EXPECT_EQ(place.GetItemId(), Cint64());
     EXPECT_STREQ(place.GetCompanyId(), "n/a");
-    EXPECT_EQ(place.GetAddressRadius(), 100);
-    EXPECT_EQ(place.GetGeofenceRadius(), 100);
-    EXPECT_EQ(place.GetGeofenceThreshold(), 4);
-    EXPECT_TRUE(place.GetUseAsAddress());
-    EXPECT_FALSE(place.GetUseAsGeofence());
-    EXPECT_TRUE(place.GetGeofenceDoSunday() && place.GetGeofenceDoSaturday());
-    EXPECT_TRUE(place.GetGeofenceSendSmsInsidePeriod() && place.GetGeofenceSendSmsOutsidePeriod());
-    EXPECT_FALSE(place.GetGeofenceFirstActivation());
     EXPECT_EQ(place.GetCreationTime().m_dt, 0.0);
     EXPECT_EQ(place.GetCreationTime().GetStatus(), COleDateTime::valid);
     EXPECT_EQ(place.GetDeletionTime().m_dt, kFixedDay);
@@ -52,8 +44,6 @@ TEST(UserPlace, IdentifierTextFollowsSetItemIdOnly)
     place.SetUserPlaceIdHigh(0xFFFFFFFF);
     place.SetUserPlaceIdLow(7);
     EXPECT_EQ(place.GetItemId(), Cint64(0xFFFFFFFF, 7));
-    EXPECT_EQ(place.GetUserPlaceIdHigh(), 0xFFFFFFFFUL);
-    EXPECT_EQ(place.GetUserPlaceIdLow(), 7UL);
     EXPECT_STREQ(place.GetUserPlaceIdText(), "free text") << "halves leave the text alone";
     place.SetMapLabelText("Depot");
     EXPECT_STREQ(place.GetItemName(), "Depot");
@@ -148,27 +138,4 @@ TEST(UserPlace, EqualStartAndEndIsAllDayOnEnabledDays)
     COleDateTime invalid;
     invalid.SetStatus(COleDateTime::invalid);
     EXPECT_FALSE(Window(1, 2).IsGeofenceSMSSendRequired(invalid)) << "no weekday, no message";
-}
-
-TEST(UserPlace, SymbolMessagesReachTheMainWindowWhenThereIsOne)
-{
-    CUserPlace place;
-    place.SetMapLabelText("Gate");
-    place.CreateNewPlaceSymbol(); // no window: nothing happens
-    {
-        HostCapture host;
-        place.CreateNewPlaceSymbol();
-        place.DeletePlaceSymbol();
-        place.ModifyPlaceSymbol();
-        ASSERT_EQ(host.messages.size(), 3u);
-        EXPECT_EQ(host.messages[0].id, 0x8198u);
-        EXPECT_EQ(host.messages[1].id, 0x8199u);
-        EXPECT_EQ(host.messages[2].id, 0x819Au);
-        for (const auto& message : host.messages)
-        {
-            EXPECT_EQ(message.wParam, reinterpret_cast<std::uintptr_t>(&place));
-            EXPECT_EQ(message.lParam, 0);
-        }
-    }
-    EXPECT_FALSE(shared::platform::HasMainWindow()) << "the scoped sink is removed again";
 }

@@ -130,18 +130,15 @@ public:
     struct Message
     {
         unsigned id;
-        std::uintptr_t wParam;
-        std::intptr_t lParam;
         std::string mapLabel; // of the place the message was about, read during the call
     };
 
     HostCapture()
         : m_window(
-              [this](unsigned id, std::uintptr_t wParam, std::intptr_t lParam)
+              [this](unsigned id, std::uintptr_t wParam, std::intptr_t)
               {
                   const auto* place = reinterpret_cast<const CUserPlace*>(wParam);
-                  messages.push_back(
-                      {id, wParam, lParam, static_cast<const char*>(place->GetMapLabelText())});
+                  messages.push_back({id, static_cast<const char*>(place->GetMapLabelText())});
               }),
           m_box([this](const std::string& text) { boxes.push_back(text); })
     {

@@ -1,7 +1,5 @@
-#include "PlacesTestSupport.h"
+#include "UserPlacesTestSupport.h"
 
-#include <shared/foundation/CLog.h>
-#include <shared/framework/CStringList.h>
 #include <shared/places/CSetCollection.h>
 #include <shared/places/CWardenSetModifier.h>
 
@@ -52,16 +50,12 @@ TEST(WardenSetModifier, ModifyRefreshesTheSetsThatHoldTheItem)
 TEST(WardenSetModifier, WithoutACollectionFailsAndLogsEachCall)
 {
     ScratchFolder folder;
-    CLog::SetLogFileName(folder.File("Application.log").c_str());
+    LogCapture log(folder);
     CWardenSetModifier modifier(nullptr);
     EXPECT_FALSE(modifier.DeleteItem(Cint64(0, 1)));
     EXPECT_FALSE(modifier.ModifyItem(Cint64(0, 1)));
-    CStringList lines;
-    ASSERT_TRUE(CLog::ReadFromLog(lines));
-    ASSERT_EQ(lines.GetCount(), 2);
-    EXPECT_NE(CString(lines.GetHead()).Find("\tERROR\t"), -1);
-    EXPECT_NE(CString(lines.GetTail())
-                  .Find("CWardenSetModifier::ChangeSetsForItemChange() m_pSetCollection not set"),
-              -1);
-    CLog::SetLogFileName("");
+    EXPECT_EQ(
+        log.Messages(),
+        std::vector<std::string>(
+            2, "ERROR CWardenSetModifier::ChangeSetsForItemChange() m_pSetCollection not set"));
 }

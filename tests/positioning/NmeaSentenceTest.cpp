@@ -73,6 +73,8 @@ TEST(NmeaSentence, FrameFaultsHaveTheirOwnResults)
         {Framed("gprmc,,V,,,,,,,,,,N"), N::eNMEAUnknownSentence}, // compared exactly
         {Framed(" GPLOG,1"), N::eNMEAParseOK},                    // but trimmed
         {Framed(" GPRMC ,,V"), N::eNMEAParseOK},
+        {"  \t" + Framed("GPLOG,1,120000,010106") + "\r\n", N::eNMEAParseOK},
+        {Framed("GPLOG,0,120000,010106", true), N::eNMEAParseOK}, // lower-case checksum
     };
     for (auto const& [text, expected] : cases)
         EXPECT_EQ(Decode(text).result, expected) << text;
@@ -80,23 +82,6 @@ TEST(NmeaSentence, FrameFaultsHaveTheirOwnResults)
     Result result = CNmeaSentence::eNMEAParseOK;
     EXPECT_EQ(CNmeaSentence::Create(nullptr, result), nullptr);
     EXPECT_EQ(result, CNmeaSentence::eNMEATooShort);
-}
-
-TEST(NmeaSentence, SurroundingWhiteSpaceAndLowerCaseChecksumsAreAccepted)
-{
-    std::string const log = Framed("GPLOG,1,120000,010106");
-    Decoded d = Decode("  \t" + log + "\r\n");
-    ASSERT_EQ(d.result, CNmeaSentence::eNMEAParseOK);
-    auto const& gplog = As<CNmeaGPLOG>(d);
-    EXPECT_EQ(gplog.GetType(), CNmeaSentence::eNMEA_GPLOG);
-    CNmeaGPLOG::E_State state = CNmeaGPLOG::eGPLOG_State1;
-    ASSERT_TRUE(gplog.GetState(state));
-    EXPECT_EQ(state, CNmeaGPLOG::eGPLOG_State0); // the device's 1 is state 0
-    COleDateTime stamp;
-    ASSERT_TRUE(gplog.GetTimeStamp(stamp));
-    EXPECT_EQ(stamp, COleDateTime(2006, 1, 1, 12, 0, 0));
-
-    EXPECT_EQ(Decode(Framed("GPLOG,0,120000,010106", true)).result, CNmeaSentence::eNMEAParseOK);
 }
 
 TEST(NmeaSentence, ChecksumRulesSkipOneDollarAndStopAtTheFirstStar)
@@ -131,22 +116,18 @@ TEST(NmeaSentence, RmcDecodesEveryField)
     COleDateTime stamp;
     ASSERT_TRUE(rmc.GetTimeStamp(stamp));
     EXPECT_EQ(stamp, COleDateTime(2094, 3, 23, 12, 35, 19)); // always 2000 + yy
-    char c = 0;
-    ASSERT_TRUE(rmc.GetStatusIndicator(c));
-    EXPECT_EQ(c, 'A');
-    ASSERT_TRUE(rmc.GetModeIndicator(c));
-    EXPECT_EQ(c, 'A');
-    double v = 0;
-    ASSERT_TRUE(rmc.GetLatitude(v));
-    EXPECT_NEAR(v, -51.508333333333333, 1e-12);
-    ASSERT_TRUE(rmc.GetLongitude(v));
-    EXPECT_NEAR(v, -0.125, 1e-12);
-    ASSERT_TRUE(rmc.GetSpeedInKnots(v));
-    EXPECT_DOUBLE_EQ(v, 22.4);
-    ASSERT_TRUE(rmc.GetCourse(v));
-    EXPECT_DOUBLE_EQ(v, 84.4);
-    ASSERT_TRUE(rmc.GetMagneticVariation(v));
-    EXPECT_DOUBLE_EQ(v, -3.1); // east is negative
+    char status = 0, mode = 0;
+    ASSERT_TRUE(rmc.GetStatusIndicator(status) && rmc.GetModeIndicator(mode));
+    EXPECT_EQ(status, 'A');
+    EXPECT_EQ(mode, 'A');
+    double lat = 0, lon = 0, knots = 0, course = 0, variation = 0;
+    ASSERT_TRUE(rmc.GetLatitude(lat) && rmc.GetLongitude(lon) && rmc.GetSpeedInKnots(knots) &&
+                rmc.GetCourse(course) && rmc.GetMagneticVariation(variation));
+    EXPECT_NEAR(lat, -51.508333333333333, 1e-12);
+    EXPECT_NEAR(lon, -0.125, 1e-12);
+    EXPECT_DOUBLE_EQ(knots, 22.4);
+    EXPECT_DOUBLE_EQ(course, 84.4);
+    EXPECT_DOUBLE_EQ(variation, -3.1); // east is negative
 }
 
 TEST(NmeaSentence, RmcWithoutFixHasOnlyStatusAndMode)
@@ -244,6 +225,9 @@ TEST(NmeaSentence, LogStateIsInvertedAndMustBeZeroOrOne)
     ASSERT_EQ(noTime.result, CNmeaSentence::eNMEAParseOK);
     EXPECT_FALSE(As<CNmeaGPLOG>(noTime).IsValid(CNmeaGPLOG::eGPLOG_TimeStamp));
     EXPECT_TRUE(As<CNmeaGPLOG>(noTime).IsValid(CNmeaGPLOG::eGPLOG_State));
+    COleDateTime stamp;
+    ASSERT_TRUE(As<CNmeaGPLOG>(Decode(Framed("GPLOG,1,120000,010106"))).GetTimeStamp(stamp));
+    EXPECT_EQ(stamp, COleDateTime(2006, 1, 1, 12, 0, 0));
 }
 
 TEST(NmeaSentence, InputsOutputsAndAnalogueValues)
@@ -252,18 +236,15 @@ TEST(NmeaSentence, InputsOutputsAndAnalogueValues)
     ASSERT_EQ(d.result, CNmeaSentence::eNMEAParseOK);
     auto const& io = As<CNmeaGPIOP>(d);
     EXPECT_EQ(io.GetType(), CNmeaSentence::eNMEA_GPIOP);
-    unsigned char bits = 0;
-    ASSERT_TRUE(io.GetActiveInputs(bits));
-    EXPECT_EQ(bits, 5);
-    ASSERT_TRUE(io.GetActiveOutputs(bits));
-    EXPECT_EQ(bits, 0x80);
-    double v = 0;
-    ASSERT_TRUE(io.GetAnalogInput1(v));
-    EXPECT_DOUBLE_EQ(v, 1.25);
-    ASSERT_TRUE(io.GetAnalogInput2(v));
-    EXPECT_DOUBLE_EQ(v, -3.0);
-    ASSERT_TRUE(io.GetBatteryVoltage(v));
-    EXPECT_DOUBLE_EQ(v, 12.6);
+    unsigned char in = 0, out = 0;
+    double a1 = 0, a2 = 0, battery = 0;
+    ASSERT_TRUE(io.GetActiveInputs(in) && io.GetActiveOutputs(out) && io.GetAnalogInput1(a1) &&
+                io.GetAnalogInput2(a2) && io.GetBatteryVoltage(battery));
+    EXPECT_EQ(in, 5);
+    EXPECT_EQ(out, 0x80);
+    EXPECT_DOUBLE_EQ(a1, 1.25);
+    EXPECT_DOUBLE_EQ(a2, -3.0);
+    EXPECT_DOUBLE_EQ(battery, 12.6);
 
     Decoded bad = Decode(Framed("GPIOP,0000101,000000001,1.2V,,12.6 "));
     ASSERT_EQ(bad.result, CNmeaSentence::eNMEAParseOK);
