@@ -43,15 +43,13 @@ TEST_F(VobjectInterop, IndependentReaderSeesWhatWasWritten)
     CMasterPhonebook book;
     for (unsigned i = 0; i < 200; ++i)
     {
-        CPhonebookEntryAttributes attributes;
-        attributes.SetAttributes(i & 1, i & 2, i & 4, i & 8, i & 16, i & 32);
         CString nick;
         nick.Format("Nick %u", i);
         CString number;
         number.Format("+44 7700 %06u", i * 37);
         CString last;
         last.Format("O'Brien-%u", i);
-        book.AddEntry(Cint64(i * 3, 0xC0DE0000 + i), nick, number, last, attributes);
+        book.AddEntry(Cint64(i * 3, 0xC0DE0000 + i), nick, number, last, Permissions(i));
     }
     {
         CStdioFile file;
