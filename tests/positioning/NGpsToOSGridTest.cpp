@@ -3,7 +3,6 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <functional>
 #include <gtest/gtest.h>
 #include <limits>
 #include <shared/positioning/CCoordTransform.h>
@@ -254,31 +253,23 @@ TEST(NGpsToOSGridConvert, ThreadsConvertingAtOnceAgreeWithOneThread)
 {
     // The forward conversion sets GRS80 up and the reverse ones Airy; run together they must
     // not project with each other's ellipsoid.
-    constexpr double kLat = 52.2;
-    constexpr double kLon = 0.12;
-    double E = 0;
-    double N = 0;
-    ASSERT_TRUE(ConvertGPSDegreestoNatGrid(kLat, kLon, E, N));
-    double lat = 0;
-    double lon = 0;
+    double E = 0, N = 0, lat = 0, lon = 0;
+    ASSERT_TRUE(ConvertGPSDegreestoNatGrid(52.2, 0.12, E, N));
     ASSERT_TRUE(ConvertNatGridtoGPSDegrees(E, N, lat, lon));
-
-    // Each thread counts the conversions whose answer differs from the single-threaded one.
-    auto convert = [&](bool forward, int& misses)
+    int misses[2] = {0, 0}; // conversions whose answer differs from the single-threaded one
+    auto convert = [&](bool forward)
     {
         for (int i = 0; i < 20000; ++i)
         {
-            double a = 0;
-            double b = 0;
-            if (forward)
-                misses += ConvertGPSDegreestoNatGrid(kLat, kLon, a, b) && a == E && b == N ? 0 : 1;
-            else
-                misses += ConvertNatGridtoGPSDegrees(E, N, a, b) && a == lat && b == lon ? 0 : 1;
+            double a = 0, b = 0;
+            bool const same = forward
+                                  ? ConvertGPSDegreestoNatGrid(52.2, 0.12, a, b) && a == E && b == N
+                                  : ConvertNatGridtoGPSDegrees(E, N, a, b) && a == lat && b == lon;
+            misses[forward] += same ? 0 : 1;
         }
     };
-    int misses[2] = {0, 0};
-    std::thread forward(convert, true, std::ref(misses[0]));
-    convert(false, misses[1]);
+    std::thread forward(convert, true);
+    convert(false);
     forward.join();
     EXPECT_EQ(misses[0] + misses[1], 0);
 }
