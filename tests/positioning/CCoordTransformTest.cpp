@@ -197,6 +197,9 @@ TEST(CCoordTransformProjection, RefusesNullsAndImpossibleEllipsoids)
                                                       kLambda0, kF0, &kGrs80));
     EXPECT_EQ(a, 1);
     EXPECT_EQ(b, 2);
+    // A northing no footpoint iteration can reach in doubles must still come back.
+    CCoordTransform::NorthEast_To_LatLon(&a, &b, 1e20, 4e5, kN0, kE0, kPhi0, kLambda0, kF0,
+                                         &kGrs80);
 }
 
 TEST(CCoordTransformDatum, MolodenskyMatchesGeocentricThreeParameterShift)
@@ -268,6 +271,8 @@ TEST(CCoordTransformDatum, GeocentricToLatLonHeight)
     EXPECT_FALSE(CCoordTransform::XYZ_To_LatLonHeight(&lat, &lon, &h, 0, 0, 0,
                                                       &CCoordTransform::s_datumSatellite));
     EXPECT_FALSE(CCoordTransform::XYZ_To_LatLonHeight(&lat, &lon, &h, 1, 2, 3, nullptr));
+    EXPECT_FALSE(CCoordTransform::XYZ_To_LatLonHeight(&lat, &lon, &h, 1, std::nan(""), 3,
+                                                      &CCoordTransform::s_datumSatellite));
 }
 
 TEST(CCoordTransformLatLong, FallbackPathAgainstOsTestPoints)

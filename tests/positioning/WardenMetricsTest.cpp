@@ -214,6 +214,7 @@ TEST(WardenMetrics, ParseLatLong)
         {"51 30 60", true, NW::eParseLatLongBadSeconds},
         {"51 30 1.x5", true, NW::eParseLatLongBadSecondFraction},
         {"51 30 15x5", true, NW::eParseLatLongTrailingText},
+        {"51 30 15z", true, NW::eParseLatLongBadPrefix}, // a final letter is the hemisphere
         {"-90 0 1", true, NW::eParseLatLongLatitudeRange},
         {"99999999999999999999999999999999999", true, NW::eParseLatLongLatitudeRange},
         {"180.5", false, NW::eParseLatLongLongitudeRange},
