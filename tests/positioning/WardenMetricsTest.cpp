@@ -100,6 +100,10 @@ TEST(WardenMetrics, DistanceAndBearing)
         NW::GetDistance(0.0, 52.0, 0.0, 51.0, bearing, static_cast<NW::eDistanceCalcType>(5), true),
         0.0);
 
+    // Away from the equator the flat earth shrinks longitude like the sphere does.
+    EXPECT_NEAR(NW::GetDistance(0.0, 60.0, 1.0, 60.0, bearing, NW::eFlatEarth, true),
+                NW::GetDistance(0.0, 60.0, 1.0, 60.0, bearing, NW::eHaversine, true), 0.1);
+
     // Quadrants: the bearing comes from the flat angle.
     for (auto [lon, lat, expected] : {std::tuple{1.0, 1.0, 45.0}, std::tuple{1.0, -1.0, 135.0},
                                       std::tuple{-1.0, -1.0, 225.0}, std::tuple{-1.0, 1.0, 315.0}})
