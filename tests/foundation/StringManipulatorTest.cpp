@@ -5,33 +5,31 @@ using SM = CStringManipulator;
 
 TEST(StringManipulator, SplitOnDelimiterPlacesTheDelimiterByMode)
 {
+    struct
+    {
+        const char* text;
+        SM::E_IncludeMode mode;
+        int result;
+        const char* head;
+        const char* tail;
+    } const cases[] = {
+        {"a;b", SM::eDropDelimiter, 1, "a", "b"},
+        {"a;b", SM::eDelimiterToHead, 1, "a;", "b"},
+        {"a;b", SM::eDelimiterToTail, 1, "a", ";b"},
+        {"a,b", static_cast<SM::E_IncludeMode>(7), 0, "a", ",b"}, // any other mode acts as 2
+        {"abc", SM::eDropDelimiter, -1, "abc", ""},
+        {"", SM::eDropDelimiter, -1, "", ""},
+    };
+    for (const auto& c : cases)
+    {
+        CString head = "x";
+        CString tail = "y";
+        EXPECT_EQ(SM::SplitOnDelimiter(c.text, ",;", head, tail, c.mode), c.result) << c.text;
+        EXPECT_STREQ(head, c.head) << c.text;
+        EXPECT_STREQ(tail, c.tail) << c.text;
+    }
+    // The first delimiter in the text wins, whatever its place in the set; the tail may alias.
     CString head;
-    CString tail;
-    EXPECT_EQ(SM::SplitOnDelimiter("a;b", ",;", head, tail, SM::eDropDelimiter), 1);
-    EXPECT_STREQ(head, "a");
-    EXPECT_STREQ(tail, "b");
-    EXPECT_EQ(SM::SplitOnDelimiter("a;b", ",;", head, tail, SM::eDelimiterToHead), 1);
-    EXPECT_STREQ(head, "a;");
-    EXPECT_STREQ(tail, "b");
-    EXPECT_EQ(SM::SplitOnDelimiter("a;b", ",;", head, tail, SM::eDelimiterToTail), 1);
-    EXPECT_STREQ(head, "a");
-    EXPECT_STREQ(tail, ";b");
-    // Any value other than 0 and 1 behaves as 2.
-    EXPECT_EQ(SM::SplitOnDelimiter("a,b", ",;", head, tail, static_cast<SM::E_IncludeMode>(7)), 0);
-    EXPECT_STREQ(tail, ",b");
-}
-
-TEST(StringManipulator, SplitOnDelimiterWithoutDelimiterAndWithAliasedTail)
-{
-    CString head = "x";
-    CString tail = "y";
-    EXPECT_EQ(SM::SplitOnDelimiter("abc", ",", head, tail, SM::eDropDelimiter), -1);
-    EXPECT_STREQ(head, "abc");
-    EXPECT_STREQ(tail, "");
-    EXPECT_EQ(SM::SplitOnDelimiter("", ",", head, tail, SM::eDropDelimiter), -1);
-    EXPECT_STREQ(head, "");
-
-    // The first delimiter in the text wins, whatever its place in the delimiter set.
     CString work = "p,q;r";
     EXPECT_EQ(SM::SplitOnDelimiter(work, ";,", head, work, SM::eDropDelimiter), 1);
     EXPECT_STREQ(head, "p");
@@ -43,21 +41,12 @@ TEST(StringManipulator, SplitToArrayAppendsPieces)
     CStringArray pieces;
     pieces.Add("kept");
     EXPECT_EQ(SM::SplitToArrayOnDelimiter("a,b,", ",", pieces), 2);
-    ASSERT_EQ(pieces.GetSize(), 3);
-    EXPECT_STREQ(pieces[0], "kept");
-    EXPECT_STREQ(pieces[1], "a");
-    EXPECT_STREQ(pieces[2], "b");
-
-    pieces.RemoveAll();
     EXPECT_EQ(SM::SplitToArrayOnDelimiter(",a,,b", ",", pieces), 4);
-    EXPECT_STREQ(pieces[0], "");
-    EXPECT_STREQ(pieces[1], "a");
-    EXPECT_STREQ(pieces[2], "");
-    EXPECT_STREQ(pieces[3], "b");
-
-    pieces.RemoveAll();
     EXPECT_EQ(SM::SplitToArrayOnDelimiter("", ",", pieces), 1);
-    EXPECT_STREQ(pieces[0], "");
+    const char* const expected[] = {"kept", "a", "b", "", "a", "", "b", ""};
+    ASSERT_EQ(pieces.GetSize(), 8);
+    for (int i = 0; i < 8; ++i)
+        EXPECT_STREQ(pieces[i], expected[i]) << i;
 }
 
 TEST(StringManipulator, ValidCharactersAreCountedAndSorted)

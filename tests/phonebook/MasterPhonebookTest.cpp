@@ -5,16 +5,6 @@
 #include <shared/phonebook/CMasterPhonebook.h>
 #include <shared/platform/SystemTime.h>
 
-namespace
-{
-CPhonebookEntryAttributes Permissions(unsigned bits)
-{
-    CPhonebookEntryAttributes attributes;
-    attributes.SetAttributes(bits & 1, bits & 2, bits & 4, bits & 8, bits & 16, bits & 32);
-    return attributes;
-}
-} // namespace
-
 TEST(MasterPhonebook, IssuesTimeBasedIdsUnderItsHighPartWithoutCollisions)
 {
     // 2024-01-02 03:04:05 UTC, 1704164645 seconds after 1970.
@@ -135,8 +125,6 @@ TEST(MasterPhonebook, HexTextToId)
     EXPECT_EQ(CMasterPhonebook::ConvertHexString2ID(""), Cint64());
     EXPECT_EQ(CMasterPhonebook::ConvertHexString2ID(" 1"), Cint64());
     EXPECT_EQ(CMasterPhonebook::ConvertHexString2ID("FFFFFFFF00000001"), Cint64(0xFFFFFFFF, 1));
-    EXPECT_EQ(CMasterPhonebook::NybbleFromHex2Dec('f'), 15);
-    EXPECT_EQ(CMasterPhonebook::NybbleFromHex2Dec('g'), -1);
 }
 
 using MasterPhonebookFile = PhonebookFileTest;
@@ -147,14 +135,12 @@ TEST_F(MasterPhonebookFile, ThousandsOfEntriesSurviveExportAndImport)
     std::mt19937 random(7);
     for (int i = 0; i < 3000; ++i)
     {
-        const Cint64 id(random(), random());
         CString nick;
-        nick.Format("N%d", i);
         CString number;
+        nick.Format("N%d", i);
         number.Format("+44 %u", static_cast<unsigned>(random() % 1000000000));
-        CString last;
-        last.Format("Last name %d", i);
-        book.AddEntry(id, nick, number, last, Permissions(random() % 64));
+        book.AddEntry(Cint64(random(), random()), nick, number, "Last name " + nick,
+                      Permissions(random() % 64));
     }
     {
         CStdioFile file;

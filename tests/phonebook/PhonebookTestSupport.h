@@ -5,8 +5,17 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <shared/framework/CStdioFile.h>
+#include <shared/phonebook/CPhonebookEntryAttributes.h>
 #include <sstream>
 #include <string>
+
+// Bit 0 allows voice, then spot, track, geofence, SOS and warden warnings.
+inline CPhonebookEntryAttributes Permissions(unsigned bits)
+{
+    CPhonebookEntryAttributes attributes;
+    attributes.SetAttributes(bits & 1, bits & 2, bits & 4, bits & 8, bits & 16, bits & 32);
+    return attributes;
+}
 
 // A scratch folder removed with the fixture, and helpers to write and read its files as bytes.
 class PhonebookFileTest : public ::testing::Test

@@ -18,19 +18,6 @@ bool VobjectAvailable()
     return std::system(command.c_str()) == 0;
 }
 
-std::vector<std::string> Split(const std::string& line, char separator)
-{
-    std::vector<std::string> fields;
-    std::string::size_type start = 0;
-    for (;;)
-    {
-        const auto end = line.find(separator, start);
-        fields.push_back(line.substr(start, end - start));
-        if (end == std::string::npos)
-            return fields;
-        start = end + 1;
-    }
-}
 } // namespace
 
 using VobjectInterop = PhonebookFileTest;
@@ -43,15 +30,13 @@ TEST_F(VobjectInterop, IndependentReaderSeesWhatWasWritten)
     CMasterPhonebook book;
     for (unsigned i = 0; i < 200; ++i)
     {
-        CPhonebookEntryAttributes attributes;
-        attributes.SetAttributes(i & 1, i & 2, i & 4, i & 8, i & 16, i & 32);
         CString nick;
         nick.Format("Nick %u", i);
         CString number;
         number.Format("+44 7700 %06u", i * 37);
         CString last;
         last.Format("O'Brien-%u", i);
-        book.AddEntry(Cint64(i * 3, 0xC0DE0000 + i), nick, number, last, attributes);
+        book.AddEntry(Cint64(i * 3, 0xC0DE0000 + i), nick, number, last, Permissions(i));
     }
     {
         CStdioFile file;
@@ -68,11 +53,11 @@ TEST_F(VobjectInterop, IndependentReaderSeesWhatWasWritten)
     char buffer[4096];
     while (std::fgets(buffer, sizeof buffer, pipe.get()))
     {
-        std::string line(buffer);
-        if (!line.empty() && line.back() == '\n')
-            line.pop_back();
-        auto fields = Split(line, '\t');
-        ASSERT_EQ(fields.size(), 6u) << line;
+        std::istringstream line(buffer);
+        std::vector<std::string> fields;
+        for (std::string field; std::getline(line, field, '\t');)
+            fields.push_back(field.substr(0, field.find('\n')));
+        ASSERT_EQ(fields.size(), 6u) << buffer;
         cards[fields[0]] = fields;
     }
     ASSERT_EQ(pclose(pipe.release()), 0);

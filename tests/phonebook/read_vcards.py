@@ -5,30 +5,16 @@ import sys
 
 import vobject
 
+# (property name, required parameter) of each column.
+COLUMNS = [("UID", None), ("FN", None), ("NICKNAME", None), ("TEL", "CELL"),
+           ("X-NIMBUS-ATTRIBUTES", "LOCATOR"), ("X-NIMBUS-ATTRIBUTES", "WARDEN")]
 
-def main(path):
-    with open(path, newline="") as stream:
-        text = stream.read()
-    for card in vobject.readComponents(text):
-        out = {"uid": None, "fn": None, "nickname": None, "tel": None,
-               "locator": None, "warden": None}
+with open(sys.argv[1], newline="") as stream:
+    for card in vobject.readComponents(stream.read()):
+        out = ["-"] * len(COLUMNS)
         for line in card.getChildren():
             kinds = [kind.upper() for kind in line.singletonparams]
-            if line.name == "UID":
-                out["uid"] = line.value
-            elif line.name == "FN":
-                out["fn"] = line.value
-            elif line.name == "NICKNAME":
-                out["nickname"] = line.value
-            elif line.name == "TEL" and "CELL" in kinds:
-                out["tel"] = line.value
-            elif line.name == "X-NIMBUS-ATTRIBUTES" and "LOCATOR" in kinds:
-                out["locator"] = line.value
-            elif line.name == "X-NIMBUS-ATTRIBUTES" and "WARDEN" in kinds:
-                out["warden"] = line.value
-        fields = ["uid", "fn", "nickname", "tel", "locator", "warden"]
-        print("\t".join("-" if out[f] is None else out[f] for f in fields))
-
-
-if __name__ == "__main__":
-    main(sys.argv[1])
+            for i, (name, kind) in enumerate(COLUMNS):
+                if line.name == name and (kind is None or kind in kinds):
+                    out[i] = line.value
+        print("\t".join(out))

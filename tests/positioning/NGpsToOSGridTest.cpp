@@ -3,7 +3,6 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <functional>
 #include <gtest/gtest.h>
 #include <limits>
 #include <shared/positioning/CCoordTransform.h>
@@ -49,11 +48,9 @@ template <typename Routine> std::string RunConsole(Routine routine, std::string 
     std::fputs(input.c_str(), in);
     std::rewind(in);
     routine(in, out);
+    std::string text(static_cast<std::size_t>(std::ftell(out)), '\0');
     std::rewind(out);
-    std::string text;
-    char buffer[256];
-    while (std::fgets(buffer, sizeof buffer, out) != nullptr)
-        text += buffer;
+    text.resize(std::fread(text.data(), 1, text.size(), out));
     std::fclose(in);
     std::fclose(out);
     return text;
@@ -76,18 +73,6 @@ TEST(NGpsToOSGridProjection, CaisterWorkedExampleBothWaysWithinAMillimetre)
     EXPECT_LT(GroundMetres(lat - CaisterLat(), lon - CaisterLon(), lat), 0.001);
 }
 
-TEST(NGpsToOSGridProjection, IogpExampleAwayFromTheCentralMeridian)
-{
-    // IOGP Guidance Note 7-2: 50.5N 0.5E; with the exact F0 the published figures are
-    // 577274.9838, 69740.4923 (PROJ, GeographicLib agree).
-    Setup_Airy();
-    double E = 0;
-    double N = 0;
-    ProjectLKtoGrid(degtorad(50.5), degtorad(0.5), &E, &N);
-    EXPECT_NEAR(E, 577274.9838, 0.001);
-    EXPECT_NEAR(N, 69740.4923, 0.001);
-}
-
 TEST(NGpsToOSGridProjection, Grs80ProjectionMatchesOsTestPoints)
 {
     // OSTN15 is "project on GRS80 with the National Grid constants, then add Se, Sn", so
@@ -96,6 +81,7 @@ TEST(NGpsToOSGridProjection, Grs80ProjectionMatchesOsTestPoints)
     auto const points = grid_test::LoadOsPoints();
     if (points.empty())
         GTEST_SKIP() << "no OS test data";
+    EXPECT_EQ(points.size(), 40u); // the whole published set was read
     ELLIPSOID const grs80{6378137.0, 298.257222101};
     for (auto const& p : points)
     {
@@ -139,15 +125,6 @@ TEST(NGpsToOSGridProjection, FootpointStopsWithinOneMillimetreOfTheArc)
     EXPECT_TRUE(std::isnan(ComputePhi(std::nan(""))));
 }
 
-TEST(NGpsToOSGridProjection, EllipsoidRecords)
-{
-    Setup_Airy();
-    EXPECT_NEAR(GetCurrentEllipsoid().e2, 0.0066705397616, 1e-10); // Airy 1830 e^2 (OS guide)
-    Setup_GRS80();
-    EXPECT_NEAR(GetCurrentEllipsoid().e2, 0.00669438002290, 1e-10); // GRS80 e^2 (OS guide)
-    EXPECT_STREQ(GetCurrentEllipsoid().name, "OSGRS80 (GPS)");
-}
-
 TEST(NGpsToOSGridProjection, WithoutEllipsoidPrintsAndLeavesOutputs)
 {
     ClearEllipsoid();
@@ -156,47 +133,44 @@ TEST(NGpsToOSGridProjection, WithoutEllipsoidPrintsAndLeavesOutputs)
     testing::internal::CaptureStdout();
     ProjectLKtoGrid(0.9, -0.03, &E, &N);
     ProjectGridtoLK(400000, 300000, &E, &N);
-    std::string const printed = testing::internal::GetCapturedStdout();
-    EXPECT_EQ(printed, "No current Ellipsoid, please call a Setup_XXX function\n"
-                       "No current Ellipsoid, please call a Setup_XXX function\n");
+    EXPECT_NE(testing::internal::GetCapturedStdout().find("No current Ellipsoid"),
+              std::string::npos);
     EXPECT_EQ(E, -1);
     EXPECT_EQ(N, -2);
 }
 
 TEST(NGpsToOSGridShift, LatticeValuesAndBlend)
 {
-    double E = 0;
-    double N = 0;
-    // Exactly on a lattice line: the cell starting there with weight 0 on the far side.
-    ASSERT_TRUE(ShiftGRS80toUKNG(350000, 0, &E, &N));
-    EXPECT_DOUBLE_EQ(E, 350000 + 96);
-    EXPECT_DOUBLE_EQ(N, 0 - 80);
-    ASSERT_TRUE(ShiftGRS80toUKNG(350000, 700000, &E, &N));
-    EXPECT_DOUBLE_EQ(E - 350000, 97);
-    EXPECT_DOUBLE_EQ(N - 700000, -62);
-    // Centre of cell (1, 3): mean of 99, 104, 106, 107 and of -52, -49, -54, -52.
-    ASSERT_TRUE(ShiftGRS80toUKNG(525000, 1225000, &E, &N));
-    EXPECT_NEAR(E - 525000, 104.0, 1e-9);
-    EXPECT_NEAR(N - 1225000, -51.75, 1e-9);
-    // Along one axis only: easting weight 0.25 between rows 0 and 1 at column 2.
-    ASSERT_TRUE(ShiftGRS80toUKNG(87500, 700000, &E, &N));
-    EXPECT_NEAR(E - 87500, 85 + 0.25 * (97 - 85), 1e-9);
-    EXPECT_NEAR(N - 700000, -58 + 0.25 * (-62 + 58), 1e-9);
+    struct
+    {
+        double E, N, dE, dN;
+    } const cases[] = {
+        {350000, 0, 96, -80},           // on a lattice line: weight 0 on the far side
+        {350000, 700000, 97, -62},      //
+        {525000, 1225000, 104, -51.75}, // centre of cell (1, 3): the mean of its corners
+        {87500, 700000, 85 + 0.25 * (97 - 85), -58 + 0.25 * (-62 + 58)}, // along one axis
+    };
+    for (auto const& c : cases)
+    {
+        double E = 0;
+        double N = 0;
+        ASSERT_TRUE(ShiftGRS80toUKNG(c.E, c.N, &E, &N)) << c.E << "," << c.N;
+        EXPECT_NEAR(E - c.E, c.dE, 1e-9) << c.E << "," << c.N;
+        EXPECT_NEAR(N - c.N, c.dN, 1e-9) << c.E << "," << c.N;
+    }
 }
 
 TEST(NGpsToOSGridShift, ReverseUndoesForwardToMillimetres)
 {
-    for (double E : {1.0, 200000.0, 349999.0, 650000.0})
-        for (double N : {1000.0, 500000.0, 1050000.0, 1300000.0})
+    for (double E : {1.0, 349999.0, 650000.0})
+        for (double N : {1000.0, 1050000.0, 1300000.0})
         {
             double E2 = 0;
             double N2 = 0;
-            double E3 = 0;
-            double N3 = 0;
             ASSERT_TRUE(ShiftGRS80toUKNG(E, N, &E2, &N2));
-            ASSERT_TRUE(ShiftUKNGtoGRS80(E2, N2, &E3, &N3));
-            EXPECT_NEAR(E3, E, 0.01) << E << "," << N;
-            EXPECT_NEAR(N3, N, 0.01) << E << "," << N;
+            ASSERT_TRUE(ShiftUKNGtoGRS80(E2, N2, &E2, &N2));
+            EXPECT_NEAR(E2, E, 0.01) << E << "," << N;
+            EXPECT_NEAR(N2, N, 0.01) << E << "," << N;
         }
 }
 
@@ -253,12 +227,6 @@ TEST(NGpsToOSGridConvert, GpsToGridAgainstOsTestPoints)
         double N = 0;
         EXPECT_TRUE(ConvertGPSDegreestoNatGrid(p.lat, p.lon, E, N)) << p.id;
         EXPECT_LT(std::hypot(E - p.east, N - p.north), 2.5) << p.id;
-
-        double E2 = 0;
-        double N2 = 0;
-        EXPECT_TRUE(ConvertGPStoNatGrid(degtorad(p.lat), degtorad(p.lon), &E2, &N2));
-        EXPECT_EQ(E, E2);
-        EXPECT_EQ(N, N2);
     }
 }
 
@@ -285,35 +253,25 @@ TEST(NGpsToOSGridConvert, ThreadsConvertingAtOnceAgreeWithOneThread)
 {
     // The forward conversion sets GRS80 up and the reverse ones Airy; run together they must
     // not project with each other's ellipsoid.
-    constexpr double kLat = 52.2;
-    constexpr double kLon = 0.12;
-    double E = 0;
-    double N = 0;
-    ASSERT_TRUE(ConvertGPSDegreestoNatGrid(kLat, kLon, E, N));
-    double lat = 0;
-    double lon = 0;
+    double E = 0, N = 0, lat = 0, lon = 0;
+    ASSERT_TRUE(ConvertGPSDegreestoNatGrid(52.2, 0.12, E, N));
     ASSERT_TRUE(ConvertNatGridtoGPSDegrees(E, N, lat, lon));
-
-    // Each thread counts the conversions whose answer differs from the single-threaded one.
-    auto convert = [&](bool forward, int& misses)
+    int misses[2] = {0, 0}; // conversions whose answer differs from the single-threaded one
+    auto convert = [&](bool forward)
     {
         for (int i = 0; i < 20000; ++i)
         {
-            double a = 0;
-            double b = 0;
-            if (forward)
-                misses += ConvertGPSDegreestoNatGrid(kLat, kLon, a, b) && a == E && b == N ? 0 : 1;
-            else
-                misses += ConvertNatGridtoGPSDegrees(E, N, a, b) && a == lat && b == lon ? 0 : 1;
+            double a = 0, b = 0;
+            bool const same = forward
+                                  ? ConvertGPSDegreestoNatGrid(52.2, 0.12, a, b) && a == E && b == N
+                                  : ConvertNatGridtoGPSDegrees(E, N, a, b) && a == lat && b == lon;
+            misses[forward] += same ? 0 : 1;
         }
     };
-    int misses[2] = {0, 0};
-    std::thread forward(convert, true, std::ref(misses[0]));
-    std::thread reverse(convert, false, std::ref(misses[1]));
+    std::thread forward(convert, true);
+    convert(false);
     forward.join();
-    reverse.join();
-    EXPECT_EQ(misses[0], 0);
-    EXPECT_EQ(misses[1], 0);
+    EXPECT_EQ(misses[0] + misses[1], 0);
 }
 
 TEST(NGpsToOSGridConvert, ReverseConversionsKeepTheirAsymmetry)
@@ -328,14 +286,12 @@ TEST(NGpsToOSGridConvert, ReverseConversionsKeepTheirAsymmetry)
     double E2 = 0;
     double N2 = 0;
     ASSERT_TRUE(ShiftUKNGtoGRS80(kCaisterE, kCaisterN, &E2, &N2));
-    double latShifted = 0;
-    double lonShifted = 0;
-    ASSERT_TRUE(ConvertNatGridtoGPS(E2, N2, &latShifted, &lonShifted));
+    ASSERT_TRUE(ConvertNatGridtoGPS(E2, N2, &lat, &lon));
     double latDeg = 0;
     double lonDeg = 0;
     ASSERT_TRUE(ConvertNatGridtoGPSDegrees(kCaisterE, kCaisterN, latDeg, lonDeg));
-    EXPECT_NEAR(latDeg, radtodeg(latShifted), 1e-12);
-    EXPECT_NEAR(lonDeg, radtodeg(lonShifted), 1e-12);
+    EXPECT_NEAR(latDeg, radtodeg(lat), 1e-12);
+    EXPECT_NEAR(lonDeg, radtodeg(lon), 1e-12);
 
     // ...so neither returns to the GPS position it came from, by tens of metres.
     double E = 0;
@@ -429,24 +385,20 @@ TEST(NGpsToOSGridScrambling, TeaKnownAnswerAndRoundTrip)
 
 TEST(NGpsToOSGridScrambling, CharacterShift)
 {
-    char const text[] = "AB\xFE";
-    char out[sizeof text] = {};
-    CEAencipher(text, out, static_cast<int>(sizeof text));
-    EXPECT_EQ(out[0], 'A' + 2);
-    EXPECT_EQ(out[1], 'B' + 3);
+    // The amount (2, 3, 4, ...) restarts every 256 characters; the last byte is the end.
+    char in[300];
+    std::memset(in, 'a', sizeof in);
+    in[2] = '\xFE';
+    char out[300];
+    CEAencipher(in, out, 300);
+    EXPECT_EQ(out[0], 'a' + 2);
+    EXPECT_EQ(out[1], 'a' + 3);
     EXPECT_EQ(static_cast<unsigned char>(out[2]), 0x02); // 0xFE + 4 wraps
-    EXPECT_EQ(out[3], '\0');
-    char back[sizeof text] = {};
-    CEAdecipher(out, back, static_cast<int>(sizeof text));
-    EXPECT_STREQ(back, text);
-
-    // The amount restarts after 256 characters.
-    char longIn[300];
-    char longOut[300];
-    std::memset(longIn, 'a', sizeof longIn);
-    CEAencipher(longIn, longOut, 300);
-    EXPECT_EQ(longOut[256], longOut[0]);
-    EXPECT_EQ(longOut[299], '\0');
+    EXPECT_EQ(out[256], out[0]);
+    EXPECT_EQ(out[299], '\0');
+    char back[300];
+    CEAdecipher(out, back, 300);
+    EXPECT_EQ(std::memcmp(back, in, 299), 0);
 
     char one[2] = {'x', 'y'};
     CEAencipher("q", one, 1);

@@ -4,6 +4,7 @@
 // ETRS89 latitude/longitude, the definitive OSGB36 National Grid easting/northing, and the
 // OSTN15 shifts Se, Sn that separate the two.
 
+#include <algorithm>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -15,56 +16,40 @@ namespace grid_test
 struct OsPoint
 {
     std::string id;
-    double lat = 0; // ETRS89, degrees
-    double lon = 0;
-    double east = 0; // OSGB36 National Grid, metres
-    double north = 0;
-    double se = 0; // OSTN15 shift, metres
-    double sn = 0;
+    double lat = 0, lon = 0;    // ETRS89, degrees
+    double east = 0, north = 0; // OSGB36 National Grid, metres
+    double se = 0, sn = 0;      // OSTN15 shift, metres
 };
 
-inline std::string OsgbDir()
+// The numbers of a comma-separated line after its point id (which is returned).
+inline std::string Numbers(std::string line, std::vector<double>& values)
 {
-    return std::string(SHARED_TESTDATA_DIR) + "/osgb/";
-}
-
-inline std::vector<std::string> Fields(std::string line)
-{
-    if (!line.empty() && line.back() == '\r')
-        line.pop_back();
-    std::vector<std::string> fields;
-    std::stringstream in(line);
-    std::string field;
-    while (std::getline(in, field, ','))
-        fields.push_back(field);
-    return fields;
+    std::replace(line.begin(), line.end(), ',', ' ');
+    std::istringstream in(line);
+    std::string id;
+    in >> id;
+    values.clear();
+    for (double v = 0; in >> v;)
+        values.push_back(v);
+    return id;
 }
 
 // Empty when the data folder is absent.
 inline std::vector<OsPoint> LoadOsPoints()
 {
-    std::ifstream input(OsgbDir() + "OSTN15_OSGM15_TestInput_ETRStoOSGB.txt");
-    std::ifstream output(OsgbDir() + "OSTN15_OSGM15_TestOutput_ETRStoOSGB.txt");
+    std::string const dir = std::string(SHARED_TESTDATA_DIR) + "/osgb/OSTN15_OSGM15_Test";
+    std::ifstream input(dir + "Input_ETRStoOSGB.txt");
+    std::ifstream output(dir + "Output_ETRStoOSGB.txt");
     std::vector<OsPoint> points;
-    std::string in;
-    std::string out;
-    if (!std::getline(input, in) || !std::getline(output, out))
-        return points; // no files, or no header
+    std::string in, out; // the first lines are headers
+    std::getline(input, in);
+    std::getline(output, out);
+    std::vector<double> a, b;
     while (std::getline(input, in) && std::getline(output, out))
     {
-        auto const a = Fields(in);
-        auto const b = Fields(out);
-        if (a.size() < 3 || b.size() < 4 || a[0] != b[0])
-            continue;
-        OsPoint p;
-        p.id = a[0];
-        p.lat = std::stod(a[1]);
-        p.lon = std::stod(a[2]);
-        p.east = std::stod(b[1]);
-        p.north = std::stod(b[2]);
-        p.se = std::stod(b[b.size() - 3]);
-        p.sn = std::stod(b[b.size() - 2]);
-        points.push_back(p);
+        std::string const id = Numbers(in, a);
+        if (Numbers(out, b) == id && a.size() >= 2 && b.size() >= 5)
+            points.push_back({id, a[0], a[1], b[0], b[1], b[b.size() - 3], b[b.size() - 2]});
     }
     return points;
 }

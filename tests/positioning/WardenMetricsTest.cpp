@@ -15,27 +15,20 @@ std::string S(CString const& s)
 }
 } // namespace
 
-TEST(WardenMetrics, DeviceScalesTruncateTowardZero)
+TEST(WardenMetrics, DeviceScalesTruncateTowardZeroAndKeepTheFieldWidth)
 {
     EXPECT_DOUBLE_EQ(NW::CorrectLongLatScale(515000000), 5.15);
-    EXPECT_EQ(NW::InvertLongLatScale(-0.000000019), -1);
-    EXPECT_EQ(NW::InvertLongLatScale(0.000000019), 1);
-    EXPECT_EQ(NW::InvertLongLatScale(21.0), 2100000000);
     EXPECT_DOUBLE_EQ(NW::CorrectDOPScale(-150), -1.5);
-    EXPECT_EQ(NW::InvertDOPScale(1.239), 123);
-    EXPECT_EQ(NW::InvertDOPScale(-1.239), -123);
     EXPECT_DOUBLE_EQ(NW::CorrectSpeedScale(65535), 655.35);
-    EXPECT_EQ(NW::InvertSpeedScale(12.349), 1234);
     EXPECT_DOUBLE_EQ(NW::CorrectCourseScale(12345), 12.345);
+    EXPECT_EQ(NW::InvertLongLatScale(-0.000000019), -1);
+    EXPECT_EQ(NW::InvertLongLatScale(21.0), 2100000000);
+    EXPECT_EQ(NW::InvertDOPScale(-1.239), -123);
+    EXPECT_EQ(NW::InvertSpeedScale(12.349), 1234);
     EXPECT_EQ(NW::InvertCourseScale(12.3459), 12345);
-}
-
-TEST(WardenMetrics, DeviceScalesOfValuesThatDoNotFitAreDefined)
-{
     // 180 degrees does not fit the device's 32-bit field: the x86 "integer indefinite" comes out.
     EXPECT_EQ(NW::InvertLongLatScale(180.0), std::numeric_limits<std::int32_t>::min());
-    EXPECT_EQ(NW::InvertLongLatScale(std::numeric_limits<double>::quiet_NaN()),
-              std::numeric_limits<std::int32_t>::min());
+    EXPECT_EQ(NW::InvertLongLatScale(std::nan("")), std::numeric_limits<std::int32_t>::min());
     // 16-bit fields keep the low bits of the 32-bit conversion.
     EXPECT_EQ(NW::InvertSpeedScale(655.36), 0);
     EXPECT_EQ(NW::InvertSpeedScale(-0.01), 65535);
@@ -106,6 +99,10 @@ TEST(WardenMetrics, DistanceAndBearing)
     EXPECT_DOUBLE_EQ(
         NW::GetDistance(0.0, 52.0, 0.0, 51.0, bearing, static_cast<NW::eDistanceCalcType>(5), true),
         0.0);
+
+    // Away from the equator the flat earth shrinks longitude like the sphere does.
+    EXPECT_NEAR(NW::GetDistance(0.0, 60.0, 1.0, 60.0, bearing, NW::eFlatEarth, true),
+                NW::GetDistance(0.0, 60.0, 1.0, 60.0, bearing, NW::eHaversine, true), 0.1);
 
     // Quadrants: the bearing comes from the flat angle.
     for (auto [lon, lat, expected] : {std::tuple{1.0, 1.0, 45.0}, std::tuple{1.0, -1.0, 135.0},
@@ -221,6 +218,7 @@ TEST(WardenMetrics, ParseLatLong)
         {"51 30 60", true, NW::eParseLatLongBadSeconds},
         {"51 30 1.x5", true, NW::eParseLatLongBadSecondFraction},
         {"51 30 15x5", true, NW::eParseLatLongTrailingText},
+        {"51 30 15z", true, NW::eParseLatLongBadPrefix}, // a final letter is the hemisphere
         {"-90 0 1", true, NW::eParseLatLongLatitudeRange},
         {"99999999999999999999999999999999999", true, NW::eParseLatLongLatitudeRange},
         {"180.5", false, NW::eParseLatLongLongitudeRange},
@@ -239,14 +237,7 @@ TEST(WardenMetrics, UpdateNmeaChecksumRewritesTheDigitsInPlace)
 {
     CString sentence = "$GPLOG,1*00\r\n";
     ASSERT_TRUE(NW::UpdateNMEAChecksum(sentence));
-    // G^P^L^O^G^,^1 = 0x0C... computed independently below.
-    unsigned char sum = 0;
-    for (char c : std::string("GPLOG,1"))
-        sum ^= static_cast<unsigned char>(c);
-    char expected[32];
-    std::snprintf(expected, sizeof expected, "$GPLOG,1*%02X\r\n", sum);
-    EXPECT_EQ(S(sentence), expected);
-
+    EXPECT_EQ(S(sentence), "$GPLOG,1*4E\r\n");
     for (char const* bad : {"GPLOG,1*00", "$GPLOG,1", "$A*00", "$GPLOG*0", "*00$GPLOG", ""})
     {
         CString text = bad;
