@@ -1,11 +1,16 @@
 // warden phonebook: the phonebook that is uploaded to tracking devices. A book is kept on disk as
 // a vCard file in the device's own form, the form CMasterPhonebook writes.
 #include "Command.h"
+#include "NmeaPrinter.h"
+#include "PhoneVCardReader.h"
 
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <iostream>
+#include <iterator>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <shared/foundation/CStringManipulator.h>
 #include <shared/phonebook/CMasterPhonebook.h>
 #include <shared/phonebook/CVCard.h>
@@ -28,8 +33,23 @@ void OpenForReading(CStdioFile& file, const std::string& path)
         throw warden::Failure("cannot read " + path);
 }
 
+std::string ReadWhole(const std::string& path)
+{
+    std::error_code error;
+    std::ifstream file(path, std::ios::binary);
+    if (!file || std::filesystem::is_directory(path, error))
+        throw warden::Failure("cannot read " + path);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+// An empty file is an empty book (an empty book saves as nothing); any other file must hold a
+// card, so that a wrong file is an error rather than a book of no entries.
 void LoadBook(CMasterPhonebook& book, const std::string& path)
 {
+    const std::string text = ReadWhole(path);
+    if (text.find_first_not_of(" \t\r\n") != std::string::npos &&
+        (text.find('\0') != std::string::npos || text.find("BEGIN:VCARD") == std::string::npos))
+        throw warden::Failure(path + " is not a phonebook (it holds no vCard)");
     CStdioFile file;
     OpenForReading(file, path);
     book.ReadFromVCards(file);
@@ -114,9 +134,9 @@ void List(const std::string& path, bool json)
             const CPhonebookEntryAttributes a = entry->GetAttributes();
             nlohmann::json row = {
                 {"id", Text(entry->GetID().GetFormattedString())},
-                {"nickname", Text(entry->GetNick())},
-                {"lastName", Text(entry->GetLastName())},
-                {"voiceNumber", Text(entry->GetVoiceNumber())},
+                {"nickname", warden::ToUtf8(entry->GetNick())},
+                {"lastName", warden::ToUtf8(entry->GetLastName())},
+                {"voiceNumber", warden::ToUtf8(entry->GetVoiceNumber())},
                 {"allowVoice", a.GetAllowVoice()},
                 {"allowSpot", a.GetAllowSpot()},
                 {"allowTrack", a.GetAllowTrack()},
@@ -134,31 +154,62 @@ void List(const std::string& path, bool json)
     while (book.GetNext(entry))
         std::printf("%-16s  %-16s  %-20s  %-6s  %s\n",
                     static_cast<const char*>(entry->GetID().GetFormattedString()),
-                    static_cast<const char*>(entry->GetNick()),
-                    static_cast<const char*>(entry->GetVoiceNumber()),
+                    warden::ToUtf8(entry->GetNick()).c_str(),
+                    warden::ToUtf8(entry->GetVoiceNumber()).c_str(),
                     PermissionLetters(entry->GetAttributes()).c_str(),
-                    static_cast<const char*>(entry->GetLastName()));
+                    warden::ToUtf8(entry->GetLastName()).c_str());
     std::printf("%d entries, %d bytes to upload (rights: V voice, S spot, T track, G geofence, "
                 "O SOS, W warden warnings)\n",
                 book.GetNumEntries(), book.GetNumUploadBytes());
 }
 
-void Import(const std::string& source, const std::string& bookPath, unsigned long highPart)
+// Permission letters as the list shows them (VSTGOW); "-" for none.
+CPhonebookEntryAttributes ParseRights(const std::string& letters)
 {
+    if (letters.find_first_not_of("VSTGOWvstgow-") != std::string::npos)
+        throw warden::Failure("--rights takes the letters V S T G O W (or - for none), not '" +
+                              letters + "'");
+    const auto has = [&letters](char c)
+    {
+        return letters.find(c) != std::string::npos ||
+               letters.find(static_cast<char>(c + 'a' - 'A')) != std::string::npos;
+    };
+    CPhonebookEntryAttributes rights;
+    rights.SetAttributes(has('V'), has('S'), has('T'), has('G'), has('O'), has('W'));
+    return rights;
+}
+
+// Phone exports are read leniently by the tool itself (see PhoneVCardReader.h); the book stays
+// in the device's form. Returns the exit status: 2 when some cards were skipped.
+void Import(const std::string& source, const std::string& bookPath, unsigned long highPart,
+            const std::string& rights)
+{
+    const std::optional<CPhonebookEntryAttributes> forced =
+        rights.empty() ? std::nullopt : std::optional(ParseRights(rights));
+    const std::vector<warden::PhoneCard> cards = warden::ReadPhoneCards(ReadWhole(source));
+    if (cards.empty())
+        throw warden::Failure(source + " holds no vCard; nothing imported");
     CMasterPhonebook book;
-    if (std::filesystem::exists(bookPath))
+    std::error_code error;
+    if (std::filesystem::exists(bookPath, error))
         LoadBook(book, bookPath);
     book.SetHighPart(highPart);
 
-    CStdioFile file;
-    OpenForReading(file, source);
     int added = 0;
     int skipped = 0;
-    for (CVCard card; card.ReadFromTextFile(file); card = CVCard())
+    for (const warden::PhoneCard& card : cards)
     {
-        const CString nick = card.GetNickName();
-        const CString number = card.GetVoiceNumber();
-        std::vector<std::string> problems = LimitProblems(nick, number);
+        const CString nick = card.nickname.c_str();
+        const CString number = card.number.c_str();
+        std::vector<std::string> problems;
+        if (!card.problem.empty())
+            problems.push_back(card.problem);
+        else if (card.number.empty())
+            problems.push_back("no voice number");
+        else if (card.nickname.empty())
+            problems.push_back("no name (NICKNAME, FN or N)");
+        else
+            problems = LimitProblems(nick, number);
         if (problems.empty() && book.FindEntryByVoiceNumber(number, Cint64()) != Cint64())
             problems.push_back("number is already in the book");
         if (problems.empty() && book.FindEntryByNick(nick, Cint64()) != Cint64())
@@ -166,21 +217,27 @@ void Import(const std::string& source, const std::string& bookPath, unsigned lon
         if (!problems.empty())
         {
             ++skipped;
-            std::cerr << "skipped card '" << Text(card.GetUID()) << "' (" << Text(nick)
-                      << "): " << problems.front() << '\n';
+            std::cerr << "skipped '" << warden::ToUtf8(card.label) << "': " << problems.front()
+                      << '\n';
             continue;
         }
-        // A card keeps its id when the id is usable and free; otherwise the book issues one.
-        const Cint64 id = CMasterPhonebook::ConvertHexString2ID(card.GetUID());
+        const CPhonebookEntryAttributes attributes =
+            forced.value_or(card.attributes.value_or(CPhonebookEntryAttributes()));
+        // Only a card in the device's form carries a device id; a phone's UID is its own.
+        const Cint64 id =
+            card.attributes ? CMasterPhonebook::ConvertHexString2ID(card.uid.c_str()) : Cint64();
         if (id != Cint64() && book.GetEntry(id) == nullptr)
-            book.AddEntry(id, nick, number, card.GetFormattedName(), card.GetAttributes());
+            book.AddEntry(id, nick, number, card.formattedName.c_str(), attributes);
         else
-            book.AddEntry(nick, number, card.GetFormattedName(), card.GetAttributes());
+            book.AddEntry(nick, number, card.formattedName.c_str(), attributes);
         ++added;
     }
-    SaveBook(book, bookPath);
+    if (added > 0)
+        SaveBook(book, bookPath);
     std::printf("%d card(s) added, %d skipped; the book now holds %d entries\n", added, skipped,
                 book.GetNumEntries());
+    if (skipped > 0)
+        warden::SetExitCode(2);
 }
 
 void Export(const std::string& bookPath, const std::string& destination)
@@ -228,10 +285,20 @@ void Setup(CLI::App& app)
     static std::string source;
     static std::string importBook;
     static unsigned long highPart = 0;
+    static std::string rights;
     import->add_option("CARDS", source, "vCard file to read")->required();
     import->add_option("BOOK", importBook, "The book to add to (created when missing)")->required();
     import->add_option("--high-part", highPart, "Upper 32 bits of the ids the book issues");
-    import->callback([] { Import(source, importBook, highPart);
+    import->add_option("--rights", rights,
+                       "Permissions of every imported entry as letters: V voice, S spot, "
+                       "T track, G geofence, O SOS, W warden warnings, - none (default: the "
+                       "card's own in device form, else voice only)");
+    import->footer("Reads phone and address-book exports (vCard 2.1): the nickname is NICKNAME, "
+                   "else FN, else N; the number the best TEL (mobile, preferred, voice). Each "
+                   "skipped card is named with its reason on standard error; exit status 2 when "
+                   "any was skipped.\n"
+                   "Example: warden phonebook import contacts.vcf book.vcf --rights VSG");
+    import->callback([] { Import(source, importBook, highPart, rights);
 });
 
 auto* exportCommand = phonebook->add_subcommand(
