@@ -242,8 +242,8 @@ std::string RenderMap(const std::vector<Track>& tracks, CUserPlaceCollection* pl
     // A margin all round, at least a kilometre of view, and no sliver of a picture.
     const double size = std::max({e1 - e0, n1 - n0, 1000.0});
     const double margin = size * 0.08;
-    const double width = std::max(e1 - e0, size * 0.5) + 2 * margin;
-    const double height = std::max(n1 - n0, size * 0.5) + 2 * margin;
+    const double width = std::max(e1 - e0, size * 0.75) + 2 * margin;
+    const double height = std::max(n1 - n0, size * 0.75) + 2 * margin;
     const double ce = (e0 + e1) / 2;
     const double cn = (n0 + n1) / 2;
     const Picture p(ce - width / 2, cn - height / 2, ce + width / 2, cn + height / 2,
@@ -288,7 +288,7 @@ std::string RenderMap(const std::vector<Track>& tracks, CUserPlaceCollection* pl
     for (const Track& track : tracks)
         title += (title.empty() ? "" : ", ") + track.name;
     return "<!DOCTYPE html>\n<html><head><meta charset=\"utf-8\"><title>" + XmlEscape(title) +
-           "</title><style>body{margin:0}</style></head><body>\n" + svg.str() + "</body></html>\n";
+           "</title><style>body{margin:0}svg{display:block}</style></head><body>\n" + svg.str() + "</body></html>\n";
 }
 
 } // namespace warden

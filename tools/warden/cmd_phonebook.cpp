@@ -180,7 +180,7 @@ CPhonebookEntryAttributes ParseRights(const std::string& letters)
 }
 
 // Phone exports are read leniently by the tool itself (see PhoneVCardReader.h); the book stays
-// in the device's form. Returns the exit status: 2 when some cards were skipped.
+// in the device's form. The exit status is 2 when some cards were skipped.
 void Import(const std::string& source, const std::string& bookPath, unsigned long highPart,
             const std::string& rights)
 {
@@ -280,43 +280,44 @@ void Setup(CLI::App& app)
     list->add_flag("--json", json, "One JSON object per entry");
     list->callback([] { List(listPath, json); });
 
-    auto* import = phonebook->add_subcommand(
+    auto* importCommand = phonebook->add_subcommand(
         "import", "Add the cards of a vCard file to a book, skipping those a device would refuse");
     static std::string source;
     static std::string importBook;
     static unsigned long highPart = 0;
     static std::string rights;
-    import->add_option("CARDS", source, "vCard file to read")->required();
-    import->add_option("BOOK", importBook, "The book to add to (created when missing)")->required();
-    import->add_option("--high-part", highPart, "Upper 32 bits of the ids the book issues");
-    import->add_option("--rights", rights,
-                       "Permissions of every imported entry as letters: V voice, S spot, "
-                       "T track, G geofence, O SOS, W warden warnings, - none (default: the "
-                       "card's own in device form, else voice only)");
-    import->footer("Reads phone and address-book exports (vCard 2.1): the nickname is NICKNAME, "
-                   "else FN, else N; the number the best TEL (mobile, preferred, voice). Each "
-                   "skipped card is named with its reason on standard error; exit status 2 when "
-                   "any was skipped.\n"
-                   "Example: warden phonebook import contacts.vcf book.vcf --rights VSG");
-    import->callback([] { Import(source, importBook, highPart, rights);
-});
+    importCommand->add_option("CARDS", source, "vCard file to read")->required();
+    importCommand->add_option("BOOK", importBook, "The book to add to (created when missing)")
+        ->required();
+    importCommand->add_option("--high-part", highPart, "Upper 32 bits of the ids the book issues");
+    importCommand->add_option("--rights", rights,
+                              "Permissions of every imported entry as letters: V voice, S spot, "
+                              "T track, G geofence, O SOS, W warden warnings, - none (default: the "
+                              "card's own in device form, else voice only)");
+    importCommand->footer(
+        "Reads phone and address-book exports (vCard 2.1): the nickname is NICKNAME, "
+        "else FN, else N; the number the best TEL (mobile, preferred, voice). Each "
+        "skipped card is named with its reason on standard error; exit status 2 when "
+        "any was skipped.\n"
+        "Example: warden phonebook import contacts.vcf book.vcf --rights VSG");
+    importCommand->callback([] { Import(source, importBook, highPart, rights); });
 
-auto* exportCommand = phonebook->add_subcommand(
-    "export", "Write a book as the vCard file that is uploaded to a device");
-static std::string exportBook;
-static std::string destination;
-exportCommand->add_option("BOOK", exportBook, "The book's vCard file")->required();
-exportCommand->add_option("OUT", destination, "Destination file, or - for standard output")
-    ->required();
-exportCommand->callback([] { Export(exportBook, destination); });
+    auto* exportCommand = phonebook->add_subcommand(
+        "export", "Write a book as the vCard file that is uploaded to a device");
+    static std::string exportBook;
+    static std::string destination;
+    exportCommand->add_option("BOOK", exportBook, "The book's vCard file")->required();
+    exportCommand->add_option("OUT", destination, "Destination file, or - for standard output")
+        ->required();
+    exportCommand->callback([] { Export(exportBook, destination); });
 
-auto* check = phonebook->add_subcommand(
-    "check", "Tell which device limits a nickname and voice number break (exit 1 if any)");
-static std::string nick;
-static std::string number;
-check->add_option("NICK", nick, "Nickname")->required();
-check->add_option("NUMBER", number, "Voice number")->required();
-check->callback([] { Check(nick, number); });
+    auto* check = phonebook->add_subcommand(
+        "check", "Tell which device limits a nickname and voice number break (exit 1 if any)");
+    static std::string nick;
+    static std::string number;
+    check->add_option("NICK", nick, "Nickname")->required();
+    check->add_option("NUMBER", number, "Voice number")->required();
+    check->callback([] { Check(nick, number); });
 } // namespace
 
 const warden::Registration registration{"phonebook", 60, Setup};
