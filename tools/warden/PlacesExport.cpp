@@ -82,7 +82,7 @@ void WriteGeoJson(std::ostream& out, CUserPlaceCollection& places)
                                 {"properties", properties}});
         }
     }
-    out << nlohmann::json{{"type", "FeatureCollection"}, {"features", features}}.dump(1) << '\n';
+    out << nlohmann::json{{"type", "FeatureCollection"}, {"features", features}}.dump() << '\n';
 }
 
 // KML colours are aabbggrr, the byte order of the place's own colour references.

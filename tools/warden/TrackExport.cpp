@@ -74,7 +74,7 @@ void WriteGeoJson(std::ostream& out, const std::vector<Track>& tracks)
              {"properties",
               {{"name", track.name}, {"coordTimes", times}, {"speed_knots", speeds}}}});
     }
-    out << nlohmann::json{{"type", "FeatureCollection"}, {"features", features}}.dump(1) << '\n';
+    out << nlohmann::json{{"type", "FeatureCollection"}, {"features", features}}.dump() << '\n';
 }
 
 // gx:Track keeps a time per position, which a plain LineString cannot.
