@@ -130,7 +130,7 @@ void Setup(CLI::App& app)
         ->add_option("--export", format,
                      "Write a map layer instead of the list: geojson or kml (a point per "
                      "place, address and geofence circles as polygons)")
-        ->check(CLI::IsMember({"geojson", "kml"}, CLI::ignore_case));
+        ->check(CLI::IsMember({"geojson", "kml"}));
     command->add_option("-o,--output", output, "Where --export writes, - for standard output")
         ->capture_default_str();
     command->footer("Example: warden places UserPlaces.dat --export kml -o places.kml");
