@@ -46,11 +46,11 @@ entries = book("hand.vcf")
 jurgen = entries.get("J\u00fcrgen M\u00fcller", {})
 ann = entries.get("Ann", {})
 if (run.returncode != 2 or "skipped 'Fax Only': no voice number" not in run.stderr or len(entries) != 2
-        or jurgen.get("voiceNumber") != "+49 170 1234567" or ann.get("id") != "00000007000000AB"
-        or [ann.get(k) for k in ("allowVoice", "allowSpot", "sendGeofence", "wardenWarnings")] != [False, True, True, True]):
+        or jurgen.get("voice_number") != "+49 170 1234567" or ann.get("id") != "00000007000000AB"
+        or [ann.get(k) for k in ("allow_voice", "allow_spot", "send_geofence", "warden_warnings")] != [False, True, True, True]):
     failures.append(f"hand-made cards: exit {run.returncode}, {run.stderr!r}, {entries}")
 warden("phonebook", "import", "cards.vcf", "forced.vcf", "--rights", "VT")
-if [e["allowTrack"] and e["allowVoice"] and not e["allowSpot"] for e in book("forced.vcf").values()] != [True, True]:
+if [e["allow_track"] and e["allow_voice"] and not e["allow_spot"] for e in book("forced.vcf").values()] != [True, True]:
     failures.append("--rights does not set the permissions of every imported entry")
 
 exports = sorted(glob.glob(os.path.join(TESTDATA, "vcard/*/*.vcf")))
@@ -59,7 +59,7 @@ if exports:
     run = warden("phonebook", "import", "phones.vcf", "phones-book.vcf")
     entries = book("phones-book.vcf")
     wanted = {"Johny": "905 5551234", "Mike": "111 5554444", "John Doe": "+96123456789"}
-    if len(entries) < 8 or any(entries.get(n, {}).get("voiceNumber") != v for n, v in wanted.items()) \
+    if len(entries) < 8 or any(entries.get(n, {}).get("voice_number") != v for n, v in wanted.items()) \
             or "skipped 'Joey': number has 11 character(s) a device cannot dial" not in run.stderr:
         failures.append(f"phone exports: {sorted(entries)}\n{run.stderr}")
     # The book written in the device's form imports again unchanged.

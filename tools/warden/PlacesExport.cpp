@@ -23,11 +23,6 @@ namespace
 
 constexpr double kEarthRadius = 6371008.8; // mean radius; a geofence is far smaller than its error
 
-double Rounded(double degrees)
-{
-    return std::round(degrees * 1e7) / 1e7;
-}
-
 // A circle of the place worth drawing: its radius and which of the place's roles it stands for.
 struct Circle
 {
@@ -68,14 +63,15 @@ void WriteGeoJson(std::ostream& out, CUserPlaceCollection& places)
             {{"type", "Feature"},
              {"geometry",
               {{"type", "Point"},
-               {"coordinates", {Rounded(place->GetLongitude()), Rounded(place->GetLatitude())}}}},
+               {"coordinates",
+                {RoundedDegrees(place->GetLongitude()), RoundedDegrees(place->GetLatitude())}}}},
              {"properties", properties}});
         for (const Circle& circle : Circles(*place))
         {
             nlohmann::json ring = nlohmann::json::array();
             for (const auto& [lat, lon] :
                  CircleVertices(place->GetLatitude(), place->GetLongitude(), circle.radius))
-                ring.push_back({Rounded(lon), Rounded(lat)});
+                ring.push_back({RoundedDegrees(lon), RoundedDegrees(lat)});
             properties["kind"] = circle.kind;
             features.push_back({{"type", "Feature"},
                                 {"geometry", {{"type", "Polygon"}, {"coordinates", {ring}}}},

@@ -1,8 +1,12 @@
 #include "TrackExport.h"
 
+#include "Command.h"
 #include "NmeaPrinter.h"
 
+#include <cmath>
 #include <cstdio>
+#include <filesystem>
+#include <fstream>
 #include <istream>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -62,7 +66,7 @@ void WriteGeoJson(std::ostream& out, const std::vector<Track>& tracks)
         nlohmann::json speeds = nlohmann::json::array();
         for (const TrackPoint& p : track.points)
         {
-            // RFC 7946 wants longitude first and no more precision than is meaningful.
+            // RFC 7946 puts the longitude first.
             coordinates.push_back(
                 {std::stod(Degrees(p.longitude)), std::stod(Degrees(p.latitude))});
             times.push_back(p.time);
@@ -116,6 +120,11 @@ void WriteCsv(std::ostream& out, const std::vector<Track>& tracks)
 }
 
 } // namespace
+
+double RoundedDegrees(double degrees)
+{
+    return std::round(degrees * 1e7) / 1e7;
+}
 
 std::string XmlEscape(const std::string& text)
 {
@@ -181,6 +190,25 @@ Track DecodeTrack(std::istream& log, std::string name)
         track.points.push_back(std::move(point));
     }
     return track;
+}
+
+// Reads one log per path; a file in which not one line is a device sentence is almost certainly
+// the wrong file, so it is an error rather than an empty track.
+std::vector<Track> ReadTracks(const std::vector<std::string>& paths)
+{
+    std::vector<Track> tracks;
+    for (const std::string& path : paths)
+    {
+        std::ifstream log(path, std::ios::binary);
+        std::error_code error;
+        if (!log || std::filesystem::is_directory(path, error))
+            throw Failure("cannot read " + path);
+        Track track = DecodeTrack(log, std::filesystem::path(path).stem().string());
+        if (track.sentences == 0)
+            throw Failure(path + " is not a device log (no line is a valid sentence)");
+        tracks.push_back(std::move(track));
+    }
+    return tracks;
 }
 
 void WriteTracks(std::ostream& out, const std::vector<Track>& tracks, TrackFormat format)

@@ -135,15 +135,15 @@ void List(const std::string& path, bool json)
             nlohmann::json row = {
                 {"id", Text(entry->GetID().GetFormattedString())},
                 {"nickname", warden::ToUtf8(entry->GetNick())},
-                {"lastName", warden::ToUtf8(entry->GetLastName())},
-                {"voiceNumber", warden::ToUtf8(entry->GetVoiceNumber())},
-                {"allowVoice", a.GetAllowVoice()},
-                {"allowSpot", a.GetAllowSpot()},
-                {"allowTrack", a.GetAllowTrack()},
-                {"sendGeofence", a.GetSendGeofence()},
-                {"sendSOS", a.GetSendSOS()},
-                {"wardenWarnings", a.GetWardenWarnings()},
-                {"uploadBytes", entry->GetNumUploadBytes()},
+                {"last_name", warden::ToUtf8(entry->GetLastName())},
+                {"voice_number", warden::ToUtf8(entry->GetVoiceNumber())},
+                {"allow_voice", a.GetAllowVoice()},
+                {"allow_spot", a.GetAllowSpot()},
+                {"allow_track", a.GetAllowTrack()},
+                {"send_geofence", a.GetSendGeofence()},
+                {"send_sos", a.GetSendSOS()},
+                {"warden_warnings", a.GetWardenWarnings()},
+                {"upload_bytes", entry->GetNumUploadBytes()},
             };
             std::cout << row.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
         }

@@ -1,5 +1,6 @@
 // warden places: the user places of a UserPlaces.dat file, as a table or as JSON lines.
 #include "Command.h"
+#include "NmeaPrinter.h"
 #include "OutputFile.h"
 #include "PlacesExport.h"
 
@@ -67,19 +68,19 @@ void List(const std::string& path, bool json)
         {
             const nlohmann::json row = {
                 {"id", Text(place->GetItemId().GetFormattedString())},
-                {"mapLabel", Text(place->GetMapLabelText())},
-                {"reportLabel", Text(place->GetReportLabelText())},
+                {"map_label", warden::ToUtf8(place->GetMapLabelText())},
+                {"report_label", warden::ToUtf8(place->GetReportLabelText())},
                 {"latitude", place->GetLatitude()},
                 {"longitude", place->GetLongitude()},
-                {"symbolId", place->GetSymbolId()},
-                {"useAsAddress", place->GetUseAsAddress()},
-                {"useAsGeofence", place->GetUseAsGeofence()},
-                {"addressRadius", place->GetAddressRadius()},
-                {"geofenceRadius", place->GetGeofenceRadius()},
-                {"geofenceType", Text(place->GetGeofenceTypeString())},
-                {"geofenceTypeValue", place->GetGeofenceEnterLeave()},
-                {"windowStart", TimeOfDay(place->GetGeofenceStartTime())},
-                {"windowEnd", TimeOfDay(place->GetGeofenceEndTime())},
+                {"symbol_id", place->GetSymbolId()},
+                {"use_as_address", place->GetUseAsAddress()},
+                {"use_as_geofence", place->GetUseAsGeofence()},
+                {"address_radius", place->GetAddressRadius()},
+                {"geofence_radius", place->GetGeofenceRadius()},
+                {"geofence_type", Text(place->GetGeofenceTypeString())},
+                {"geofence_type_value", place->GetGeofenceEnterLeave()},
+                {"window_start", TimeOfDay(place->GetGeofenceStartTime())},
+                {"window_end", TimeOfDay(place->GetGeofenceEndTime())},
                 {"days", DaysJson(*place)},
                 {"threshold", place->GetGeofenceThreshold()},
             };
@@ -97,8 +98,8 @@ void List(const std::string& path, bool json)
         const CString type = place->GetGeofenceTypeString();
         std::printf("%-16s  %-20s  %-24s  %10.6f  %11.6f  %6ld  %6ld  %-5s  %-11s  %-7s\n",
                     static_cast<const char*>(place->GetItemId().GetFormattedString()),
-                    static_cast<const char*>(place->GetMapLabelText()),
-                    static_cast<const char*>(place->GetReportLabelText()), place->GetLatitude(),
+                    warden::ToUtf8(place->GetMapLabelText()).c_str(),
+                    warden::ToUtf8(place->GetReportLabelText()).c_str(), place->GetLatitude(),
                     place->GetLongitude(), place->GetAddressRadius(), place->GetGeofenceRadius(),
                     type.IsEmpty() ? "?" : static_cast<const char*>(type), window.c_str(),
                     DayLetters(*place).c_str());

@@ -3,37 +3,11 @@
 #include "OutputFile.h"
 #include "TrackExport.h"
 
-#include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <map>
 #include <sstream>
 #include <string>
 #include <vector>
-
-namespace warden
-{
-
-// Reads one log per path; a file in which not one line is a device sentence is almost certainly
-// the wrong file, so it is an error rather than an empty track.
-std::vector<Track> ReadTracks(const std::vector<std::string>& paths)
-{
-    std::vector<Track> tracks;
-    for (const std::string& path : paths)
-    {
-        std::ifstream log(path, std::ios::binary);
-        std::error_code error;
-        if (!log || std::filesystem::is_directory(path, error))
-            throw Failure("cannot read " + path);
-        Track track = DecodeTrack(log, std::filesystem::path(path).stem().string());
-        if (track.sentences == 0)
-            throw Failure(path + " is not a device log (no line is a valid sentence)");
-        tracks.push_back(std::move(track));
-    }
-    return tracks;
-}
-
-} // namespace warden
 
 namespace
 {
