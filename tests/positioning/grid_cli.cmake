@@ -15,4 +15,4 @@ warden_cli_test(grid_bad_ref ARGS "grid|TI 1234 5678" EXIT 1
                 STDERR_MATCH "^warden: not a grid reference: \"TI 1234 5678\"")
 warden_cli_test(grid_bad_number ARGS "grid|52x|1" EXIT 1
                 STDERR_MATCH "^warden: not a latitude in decimal degrees: \"52x\"\n$")
-warden_cli_test(grid_bad_digits ARGS "grid|52|1|--digits|6" EXIT 105 STDERR_MATCH "--digits")
+warden_cli_test(grid_bad_digits ARGS "grid|52|1|--digits|6" EXIT 64 STDERR_MATCH "--digits")

@@ -1,5 +1,7 @@
 #include "NmeaPrinter.h"
 
+#include "Text.h"
+
 #include <cmath>
 #include <cstdio>
 #include <memory>
@@ -30,32 +32,6 @@ bool IsBlank(std::string_view line)
         if (c != ' ' && c != '\t' && c != '\r' && c != '\n' && c != '\v' && c != '\f')
             return false;
     return true;
-}
-
-// Characters shown on the screen (UTF-8 continuation bytes take no room).
-std::size_t DisplayWidth(std::string const& text)
-{
-    std::size_t width = 0;
-    for (unsigned char c : text)
-        if ((c & 0xC0) != 0x80)
-            ++width;
-    return width;
-}
-
-std::string PadRight(std::string text, std::size_t width)
-{
-    std::size_t const shown = DisplayWidth(text);
-    if (shown < width)
-        text.append(width - shown, ' ');
-    return text;
-}
-
-std::string PadLeft(std::string text, std::size_t width)
-{
-    std::size_t const shown = DisplayWidth(text);
-    if (shown < width)
-        text.insert(0, width - shown, ' ');
-    return text;
 }
 
 std::string Printf(char const* format, auto... args)
@@ -179,9 +155,8 @@ std::string TableRow(long line, Row const& row)
     std::string text = PadLeft(std::to_string(line), kLine) + "  " + PadRight(row.type, kType);
     text += "  " + PadRight(row.time ? IsoTime(*row.time, ' ') : "", kTime);
     text += "  " + PadRight(row.status ? std::string(1, *row.status) : "", kStatus);
-    text += PadRight(row.lat ? ToUtf8(NWardenMetrics::LatitudeToString(*row.lat)) : "", kLat);
-    text +=
-        "  " + PadRight(row.lon ? ToUtf8(NWardenMetrics::LongitudeToString(*row.lon)) : "", kLon);
+    text += PadRight(row.lat ? Utf8(NWardenMetrics::LatitudeToString(*row.lat)) : "", kLat);
+    text += "  " + PadRight(row.lon ? Utf8(NWardenMetrics::LongitudeToString(*row.lon)) : "", kLon);
     text += "  " + PadLeft(row.knots ? Printf("%.1f", Kph(*row.knots)) : "", kSpeed);
     text += "  " + PadLeft(row.knots ? Printf("%.1f", *row.knots) : "", kSpeed);
     text +=
@@ -231,10 +206,8 @@ Json JsonRow(long line, Row const& row)
         j["status"] = row.status ? Json(std::string(1, *row.status)) : nullptr;
         j["lat"] = optional(row.lat);
         j["lon"] = optional(row.lon);
-        j["lat_text"] =
-            row.lat ? Json(ToUtf8(NWardenMetrics::LatitudeToString(*row.lat))) : nullptr;
-        j["lon_text"] =
-            row.lon ? Json(ToUtf8(NWardenMetrics::LongitudeToString(*row.lon))) : nullptr;
+        j["lat_text"] = row.lat ? Json(Utf8(NWardenMetrics::LatitudeToString(*row.lat))) : nullptr;
+        j["lon_text"] = row.lon ? Json(Utf8(NWardenMetrics::LongitudeToString(*row.lon))) : nullptr;
         j["speed_knots"] = optional(row.knots);
         j["speed_kmh"] = row.knots ? Json(Rounded(Kph(*row.knots), 100)) : nullptr;
         j["course"] = optional(row.course);
@@ -278,26 +251,6 @@ char const* ParseResultWords(CNmeaSentence::E_NMEAParseResult result)
         return "too short";
     }
     return "unknown result";
-}
-
-std::string ToUtf8(std::string_view cp1252)
-{
-    std::string text;
-    text.reserve(cp1252.size());
-    for (char c : cp1252)
-    {
-        auto const u = static_cast<unsigned char>(c);
-        if (u < 0x80)
-            text += c;
-        else if (u < 0xA0)
-            text += '?';
-        else
-        {
-            text += static_cast<char>(0xC0 | (u >> 6));
-            text += static_cast<char>(0x80 | (u & 0x3F));
-        }
-    }
-    return text;
 }
 
 long NmeaCounts::Decoded() const

@@ -21,14 +21,6 @@ namespace warden
 // The decoder's result in words, e.g. "bad checksum".
 char const* ParseResultWords(CNmeaSentence::E_NMEAParseResult result);
 
-// The library's texts are code page 1252 (the degree sign is the byte 0xB0); terminals and JSON
-// want UTF-8. Bytes 0x80-0x9F, which have no Latin-1 meaning, become "?".
-std::string ToUtf8(std::string_view cp1252);
-inline std::string ToUtf8(CString const& text)
-{
-    return ToUtf8(text.View());
-}
-
 struct NmeaCounts
 {
     long lines = 0;                           // every line given, blank ones included

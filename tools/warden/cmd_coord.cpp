@@ -1,7 +1,7 @@
 // warden coord TEXT...: parses latitude/longitude text and prints every text form of it.
 
 #include "Command.h"
-#include "NmeaPrinter.h"
+#include "Text.h"
 
 #include <cstdio>
 #include <iostream>
@@ -121,7 +121,7 @@ void SetupCoord(CLI::App& app)
                     isLatitude ? NW::LatitudeToNMEAString(value) : NW::LongitudeToNMEAString(value);
                 std::cout << text << "  (" << kind << ")\n"
                           << "  decimal   " << decimal << "\n"
-                          << "  display   " << warden::ToUtf8(display) << "\n"
+                          << "  display   " << warden::Utf8(display) << "\n"
                           << "  Benefon   " << benefon.GetString() << "\n"
                           << "  NMEA      " << nmea.GetString() << "\n";
             }
