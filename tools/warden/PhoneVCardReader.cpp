@@ -1,5 +1,7 @@
 #include "PhoneVCardReader.h"
 
+#include "Text.h"
+
 #include <algorithm>
 #include <cctype>
 #include <shared/phonebook/CVCFLocatorAttributes.h>
@@ -43,42 +45,6 @@ std::string DecodeQuotedPrintable(const std::string& text)
             decoded += text[i];
     }
     return decoded;
-}
-
-// UTF-8 to code page 1252, the library's 8-bit text; a character outside it becomes '?'. Text
-// that is not valid UTF-8 is taken to be 8-bit already and kept.
-std::string FromUtf8(const std::string& text)
-{
-    static const char16_t high[32] = {
-        0x20AC, 0,      0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
-        0x2039, 0x0152, 0,      0x017D, 0,      0,      0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
-        0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0,      0x017E, 0x0178};
-    std::string out;
-    for (std::size_t i = 0; i < text.size();)
-    {
-        const auto c = static_cast<unsigned char>(text[i]);
-        int length = c < 0x80 ? 1 : (c >> 5) == 6 ? 2 : (c >> 4) == 14 ? 3 : (c >> 3) == 30 ? 4 : 0;
-        if (length == 0 || i + length > text.size())
-            return text;
-        char32_t code = length == 1 ? c : c & (0x7F >> length);
-        for (int k = 1; k < length; ++k)
-        {
-            const auto next = static_cast<unsigned char>(text[i + k]);
-            if ((next & 0xC0) != 0x80)
-                return text;
-            code = (code << 6) | (next & 0x3F);
-        }
-        i += length;
-        if (code < 0x80 || (code >= 0xA0 && code <= 0xFF))
-            out += static_cast<char>(code);
-        else
-        {
-            const auto* found = std::find(high, high + 32, static_cast<char16_t>(code));
-            out += (code <= 0xFFFF && found != high + 32) ? static_cast<char>(0x80 + (found - high))
-                                                          : '?';
-        }
-    }
-    return out;
 }
 
 // vCard 2.1 escapes ';' (and some writers ',' and '\') with a backslash.
@@ -153,7 +119,7 @@ Property ParseLine(const std::string& line)
     if (property.unshowable)
         property.value.clear();
     else
-        property.value = FromUtf8(property.value);
+        property.value = std::string(Ansi(property.value).View());
     return property;
 }
 

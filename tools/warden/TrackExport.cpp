@@ -1,7 +1,7 @@
 #include "TrackExport.h"
 
 #include "Command.h"
-#include "NmeaPrinter.h"
+#include "Json.h"
 
 #include <cmath>
 #include <cstdio>
@@ -9,7 +9,6 @@
 #include <fstream>
 #include <istream>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <ostream>
 #include <shared/positioning/CNmeaGPRMC.h>
 
@@ -58,19 +57,19 @@ void WriteGpx(std::ostream& out, const std::vector<Track>& tracks)
 // convention ("coordTimes") that most GeoJSON tools understand.
 void WriteGeoJson(std::ostream& out, const std::vector<Track>& tracks)
 {
-    nlohmann::json features = nlohmann::json::array();
+    Json features = Json::array();
     for (const Track& track : tracks)
     {
-        nlohmann::json coordinates = nlohmann::json::array();
-        nlohmann::json times = nlohmann::json::array();
-        nlohmann::json speeds = nlohmann::json::array();
+        Json coordinates = Json::array();
+        Json times = Json::array();
+        Json speeds = Json::array();
         for (const TrackPoint& p : track.points)
         {
             // RFC 7946 puts the longitude first.
             coordinates.push_back(
                 {std::stod(Degrees(p.longitude)), std::stod(Degrees(p.latitude))});
             times.push_back(p.time);
-            speeds.push_back(p.speedInKnots ? nlohmann::json(*p.speedInKnots) : nlohmann::json());
+            speeds.push_back(p.speedInKnots ? Json(*p.speedInKnots) : Json());
         }
         features.push_back(
             {{"type", "Feature"},
@@ -78,7 +77,7 @@ void WriteGeoJson(std::ostream& out, const std::vector<Track>& tracks)
              {"properties",
               {{"name", track.name}, {"coordTimes", times}, {"speed_knots", speeds}}}});
     }
-    out << nlohmann::json{{"type", "FeatureCollection"}, {"features", features}}.dump() << '\n';
+    out << Json{{"type", "FeatureCollection"}, {"features", features}}.dump() << '\n';
 }
 
 // gx:Track keeps a time per position, which a plain LineString cannot.
@@ -181,7 +180,7 @@ Track DecodeTrack(std::istream& log, std::string name)
         if (!fix.GetStatusIndicator(status) || status != 'A' || !fix.GetLatitude(point.latitude) ||
             !fix.GetLongitude(point.longitude) || !fix.GetTimeStamp(time))
             continue;
-        point.time = ToUtf8(time.Format("%Y-%m-%dT%H:%M:%SZ"));
+        point.time = UtcTimeText(time);
         double value = 0.0;
         if (fix.GetSpeedInKnots(value))
             point.speedInKnots = value;

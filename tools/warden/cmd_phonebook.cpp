@@ -1,19 +1,18 @@
 // warden phonebook: the phonebook that is uploaded to tracking devices. A book is kept on disk as
 // a vCard file in the device's own form, the form CMasterPhonebook writes.
 #include "Command.h"
-#include "NmeaPrinter.h"
+#include "Json.h"
 #include "PhoneVCardReader.h"
+#include "Text.h"
 
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <iterator>
-#include <nlohmann/json.hpp>
 #include <optional>
-#include <shared/foundation/CStringManipulator.h>
 #include <shared/phonebook/CMasterPhonebook.h>
-#include <shared/phonebook/CVCard.h>
+#include <shared/phonebook/NPhonebookLimits.h>
 #include <shared/platform/AtomicFileReplacement.h>
 #include <string>
 #include <vector>
@@ -96,28 +95,8 @@ std::string PermissionLetters(const CPhonebookEntryAttributes& a)
 std::vector<std::string> LimitProblems(const CString& nick, const CString& number)
 {
     std::vector<std::string> problems;
-    if (!CPhonebookEntry::CheckNickLengthOK(nick))
-        problems.push_back("nickname has " + std::to_string(nick.GetLength()) +
-                           " characters; a device takes " +
-                           std::to_string(CPhonebookEntry::s_numMinNickLength) + " to " +
-                           std::to_string(CPhonebookEntry::s_numMaxNickLength));
-    int invalidCount = 0;
-    const int firstInvalid = CStringManipulator::CheckValidCharacters(
-        number, CPhonebookEntry::s_sValidNumberChars, invalidCount);
-    if (firstInvalid >= 0)
-        problems.push_back("number has " + std::to_string(invalidCount) +
-                           " character(s) a device cannot dial, the first '" +
-                           std::string(1, number.GetAt(firstInvalid)) + "' at position " +
-                           std::to_string(firstInvalid + 1) +
-                           " (only blanks, '+' and digits are allowed)");
-    if (CPhonebookEntry::Normalize(number).GetLength() < CPhonebookEntry::s_numMinChars)
-        problems.push_back("number has fewer than " +
-                           std::to_string(CPhonebookEntry::s_numMinChars) + " digits");
-    if (number.GetLength() > CPhonebookEntry::s_numMaxChars)
-        problems.push_back("number is longer than " +
-                           std::to_string(CPhonebookEntry::s_numMaxChars) + " characters");
-    if (!CPhonebookEntry::CheckSyntaxOK(number))
-        problems.push_back("number may hold one '+' only, as its first character");
+    for (const CString& problem : NPhonebookLimits::Describe(nick, number))
+        problems.push_back(warden::Utf8(problem));
     return problems;
 }
 
@@ -132,11 +111,11 @@ void List(const std::string& path, bool json)
         while (book.GetNext(entry))
         {
             const CPhonebookEntryAttributes a = entry->GetAttributes();
-            nlohmann::json row = {
+            const warden::Json row = {
                 {"id", Text(entry->GetID().GetFormattedString())},
-                {"nickname", warden::ToUtf8(entry->GetNick())},
-                {"last_name", warden::ToUtf8(entry->GetLastName())},
-                {"voice_number", warden::ToUtf8(entry->GetVoiceNumber())},
+                {"nickname", warden::Utf8(entry->GetNick())},
+                {"last_name", warden::Utf8(entry->GetLastName())},
+                {"voice_number", warden::Utf8(entry->GetVoiceNumber())},
                 {"allow_voice", a.GetAllowVoice()},
                 {"allow_spot", a.GetAllowSpot()},
                 {"allow_track", a.GetAllowTrack()},
@@ -145,19 +124,19 @@ void List(const std::string& path, bool json)
                 {"warden_warnings", a.GetWardenWarnings()},
                 {"upload_bytes", entry->GetNumUploadBytes()},
             };
-            std::cout << row.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+            warden::PrintRecord(row, std::cout);
         }
         return;
     }
     std::printf("%-16s  %-16s  %-20s  %-6s  %s\n", "id", "nickname", "voice number", "rights",
                 "last name");
     while (book.GetNext(entry))
-        std::printf("%-16s  %-16s  %-20s  %-6s  %s\n",
+        std::printf("%-16s  %s  %-20s  %-6s  %s\n",
                     static_cast<const char*>(entry->GetID().GetFormattedString()),
-                    warden::ToUtf8(entry->GetNick()).c_str(),
-                    warden::ToUtf8(entry->GetVoiceNumber()).c_str(),
+                    warden::PadRight(warden::Utf8(entry->GetNick()), 16).c_str(),
+                    warden::Utf8(entry->GetVoiceNumber()).c_str(),
                     PermissionLetters(entry->GetAttributes()).c_str(),
-                    warden::ToUtf8(entry->GetLastName()).c_str());
+                    warden::Utf8(entry->GetLastName()).c_str());
     std::printf("%d entries, %d bytes to upload (rights: V voice, S spot, T track, G geofence, "
                 "O SOS, W warden warnings)\n",
                 book.GetNumEntries(), book.GetNumUploadBytes());
@@ -217,7 +196,7 @@ void Import(const std::string& source, const std::string& bookPath, unsigned lon
         if (!problems.empty())
         {
             ++skipped;
-            std::cerr << "skipped '" << warden::ToUtf8(card.label) << "': " << problems.front()
+            std::cerr << "skipped '" << warden::Utf8(card.label) << "': " << problems.front()
                       << '\n';
             continue;
         }
@@ -237,7 +216,7 @@ void Import(const std::string& source, const std::string& bookPath, unsigned lon
     std::printf("%d card(s) added, %d skipped; the book now holds %d entries\n", added, skipped,
                 book.GetNumEntries());
     if (skipped > 0)
-        warden::SetExitCode(2);
+        warden::SetExitCode(warden::kExitPartial);
 }
 
 void Export(const std::string& bookPath, const std::string& destination)
@@ -251,13 +230,16 @@ void Export(const std::string& bookPath, const std::string& destination)
 
 void Check(const std::string& nick, const std::string& number)
 {
-    const auto problems = LimitProblems(nick.c_str(), number.c_str());
+    // Arguments arrive as UTF-8; the device counts code page 1252 characters.
+    const CString nickText = warden::Ansi(nick);
+    const CString numberText = warden::Ansi(number);
+    const auto problems = LimitProblems(nickText, numberText);
     if (problems.empty())
     {
         std::printf("fits the device: nickname '%s', number '%s' (dialled as %s), %d bytes\n",
                     nick.c_str(), number.c_str(),
-                    static_cast<const char*>(CPhonebookEntry::Normalize(number.c_str())),
-                    CPhonebookEntry::GetNumUploadBytes(nick.c_str(), number.c_str()));
+                    static_cast<const char*>(CPhonebookEntry::Normalize(numberText)),
+                    CPhonebookEntry::GetNumUploadBytes(nickText, numberText));
         return;
     }
     for (const auto& problem : problems)

@@ -1,13 +1,13 @@
 // warden places: the user places of a UserPlaces.dat file, as a table or as JSON lines.
 #include "Command.h"
-#include "NmeaPrinter.h"
+#include "Json.h"
 #include "OutputFile.h"
 #include "PlacesExport.h"
+#include "Text.h"
 
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
-#include <nlohmann/json.hpp>
 #include <shared/foundation/CLog.h>
 #include <shared/places/CUserPlaceCollection.h>
 #include <shared/platform/HostHooks.h>
@@ -48,7 +48,7 @@ std::string DayLetters(const CUserPlace& place)
     return text;
 }
 
-nlohmann::json DaysJson(const CUserPlace& place)
+warden::Json DaysJson(const CUserPlace& place)
 {
     return {
         {"sunday", place.GetGeofenceDoSunday()},     {"monday", place.GetGeofenceDoMonday()},
@@ -66,10 +66,10 @@ void List(const std::string& path, bool json)
     {
         while (CUserPlace* place = places.GetNext())
         {
-            const nlohmann::json row = {
+            const warden::Json row = {
                 {"id", Text(place->GetItemId().GetFormattedString())},
-                {"map_label", warden::ToUtf8(place->GetMapLabelText())},
-                {"report_label", warden::ToUtf8(place->GetReportLabelText())},
+                {"map_label", warden::Utf8(place->GetMapLabelText())},
+                {"report_label", warden::Utf8(place->GetReportLabelText())},
                 {"latitude", place->GetLatitude()},
                 {"longitude", place->GetLongitude()},
                 {"symbol_id", place->GetSymbolId()},
@@ -84,7 +84,7 @@ void List(const std::string& path, bool json)
                 {"days", DaysJson(*place)},
                 {"threshold", place->GetGeofenceThreshold()},
             };
-            std::cout << row.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+            warden::PrintRecord(row, std::cout);
         }
         return;
     }
@@ -96,11 +96,12 @@ void List(const std::string& path, bool json)
         const std::string window =
             TimeOfDay(place->GetGeofenceStartTime()) + "-" + TimeOfDay(place->GetGeofenceEndTime());
         const CString type = place->GetGeofenceTypeString();
-        std::printf("%-16s  %-20s  %-24s  %10.6f  %11.6f  %6ld  %6ld  %-5s  %-11s  %-7s\n",
+        std::printf("%-16s  %s  %s  %10.6f  %11.6f  %6ld  %6ld  %-5s  %-11s  %-7s\n",
                     static_cast<const char*>(place->GetItemId().GetFormattedString()),
-                    warden::ToUtf8(place->GetMapLabelText()).c_str(),
-                    warden::ToUtf8(place->GetReportLabelText()).c_str(), place->GetLatitude(),
-                    place->GetLongitude(), place->GetAddressRadius(), place->GetGeofenceRadius(),
+                    warden::PadRight(warden::Utf8(place->GetMapLabelText()), 20).c_str(),
+                    warden::PadRight(warden::Utf8(place->GetReportLabelText()), 24).c_str(),
+                    place->GetLatitude(), place->GetLongitude(), place->GetAddressRadius(),
+                    place->GetGeofenceRadius(),
                     type.IsEmpty() ? "?" : static_cast<const char*>(type), window.c_str(),
                     DayLetters(*place).c_str());
     }

@@ -1,12 +1,12 @@
 // warden sets: the sets of a set-collection file (geofence or phonebook sets) and their members,
 // as a table or as JSON lines.
 #include "Command.h"
-#include "NmeaPrinter.h"
+#include "Json.h"
+#include "Text.h"
 
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
-#include <nlohmann/json.hpp>
 #include <shared/places/CSetCollection.h>
 #include <string>
 
@@ -25,14 +25,6 @@ std::string Stamp(const COleDateTime& time)
     return Text(time.Format("%Y-%m-%d %H:%M:%S"));
 }
 
-// Set stamps are UTC; JSON carries them as ISO 8601 with the zone, null when invalid.
-nlohmann::json IsoStamp(const COleDateTime& time)
-{
-    if (time.GetStatus() != COleDateTime::valid)
-        return nullptr;
-    return Text(time.Format("%Y-%m-%dT%H:%M:%SZ"));
-}
-
 void List(const std::string& path, bool json)
 {
     std::error_code error;
@@ -46,15 +38,15 @@ void List(const std::string& path, bool json)
     {
         while (CSet* set = sets.GetNext())
         {
-            nlohmann::json members = nlohmann::json::array();
+            warden::Json members = warden::Json::array();
             set->GotoStart();
             for (int i = set->GetNumberOfItems(); i > 0; --i)
                 members.push_back(Text(set->GetNext().GetFormattedString()));
-            const nlohmann::json row = {{"id", Text(set->GetSetId().GetFormattedString())},
-                                        {"name", warden::ToUtf8(set->GetSetName())},
-                                        {"last_updated", IsoStamp(set->GetLastUpdatedTime())},
-                                        {"members", members}};
-            std::cout << row.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+            const warden::Json row = {{"id", Text(set->GetSetId().GetFormattedString())},
+                                      {"name", warden::Utf8(set->GetSetName())},
+                                      {"last_updated", warden::UtcTime(set->GetLastUpdatedTime())},
+                                      {"members", members}};
+            warden::PrintRecord(row, std::cout);
         }
         return;
     }
@@ -64,7 +56,7 @@ void List(const std::string& path, bool json)
     {
         std::printf("%s  %-24s  %3d member(s), updated %s UTC\n",
                     static_cast<const char*>(set->GetSetId().GetFormattedString()),
-                    warden::ToUtf8(set->GetSetName()).c_str(), set->GetNumberOfItems(),
+                    warden::Utf8(set->GetSetName()).c_str(), set->GetNumberOfItems(),
                     Stamp(set->GetLastUpdatedTime()).c_str());
         set->GotoStart();
         for (int i = set->GetNumberOfItems(); i > 0; --i)
