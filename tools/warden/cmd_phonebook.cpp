@@ -147,7 +147,8 @@ CPhonebookEntryAttributes ParseRights(const std::string& letters)
 {
     if (letters.find_first_not_of("VSTGOWvstgow-") != std::string::npos)
         throw warden::Failure("--rights takes the letters V S T G O W (or - for none), not '" +
-                              letters + "'");
+                                  letters + "'",
+                              warden::kExitUsage);
     const auto has = [&letters](char c)
     {
         return letters.find(c) != std::string::npos ||
