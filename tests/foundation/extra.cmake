@@ -55,3 +55,20 @@ if(SHARED_MINGW64_WINDRES AND SHARED_MINGW64_LD AND SHARED_MINGW64_AS AND SHARED
 else()
     message(STATUS "MinGW-w64 binutils or cpp missing: version-resource fixture tests will skip")
 endif()
+
+# warden log: code page 1252 text (0x80-0x9F included) comes out as UTF-8 JSON Lines, a line
+# that is not an entry is kept, and --level takes any case.
+if(TARGET warden)
+    add_test(NAME foundation.warden.log_cp1252
+             COMMAND ${CMAKE_COMMAND} -DWARDEN=$<TARGET_FILE:warden>
+                     "-DARGS=log|${CMAKE_CURRENT_LIST_DIR}/data/cp1252.log|--json"
+                     -DEXPECTED=${CMAKE_CURRENT_LIST_DIR}/data/cp1252_log.json.expected
+                     -P ${PROJECT_SOURCE_DIR}/tests/positioning/compare_output.cmake)
+    add_test(NAME foundation.warden.log_level_any_case
+             COMMAND ${CMAKE_COMMAND} -DWARDEN=$<TARGET_FILE:warden>
+                     "-DARGS=log|${CMAKE_CURRENT_LIST_DIR}/data/cp1252.log|--level|warn"
+                     -DEXPECTED=${CMAKE_CURRENT_LIST_DIR}/data/cp1252_log_warn.expected
+                     -P ${PROJECT_SOURCE_DIR}/tests/positioning/compare_output.cmake)
+    set_tests_properties(foundation.warden.log_cp1252 foundation.warden.log_level_any_case
+                         PROPERTIES LABELS "foundation;cli" ENVIRONMENT "TZ=UTC0")
+endif()

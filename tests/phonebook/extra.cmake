@@ -22,3 +22,9 @@ add_test(NAME phonebook.warden.missing_book
                  -P ${phonebook_cli_compare})
 set_tests_properties(phonebook.warden.check_limits phonebook.warden.check_fits
                      phonebook.warden.missing_book PROPERTIES LABELS "phonebook;cli")
+
+add_test(NAME phonebook.warden.disk_full
+         COMMAND ${CMAKE_COMMAND} -DWARDEN=$<TARGET_FILE:warden>
+                 -DWORK=${CMAKE_CURRENT_BINARY_DIR}/disk_full -P ${CMAKE_CURRENT_LIST_DIR}/disk_full.cmake)
+set_tests_properties(phonebook.warden.disk_full PROPERTIES LABELS "phonebook;cli"
+                     SKIP_REGULAR_EXPRESSION "SKIPPED")

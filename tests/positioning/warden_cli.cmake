@@ -42,3 +42,17 @@ warden_cli_test(coord_wrong_hemisphere ARGS "coord|--lon|51 30 N" EXIT 1
 warden_cli_test(checksum ARGS "checksum|$GPLOG,1,120000,010106*00|GPIOP,00000101,00000000,1.2,3.4,12.6"
                 EXPECTED checksum.expected)
 warden_cli_test(checksum_empty ARGS "checksum|$" EXIT 1 STDERR_MATCH "^warden: empty sentence\n$")
+# Lines typed on a UTF-8 terminal (the degree sign is two bytes there, one in the library's code
+# page); a bad line answers "*" and the batch goes on.
+warden_cli_test(coord_batch ARGS "coord" INPUT ${warden_cli_dir}/data/coord_batch.input
+                EXPECTED coord_batch.expected EXIT 2 STDERR_MATCH "^warden: line 2: cannot read")
+# Impossible values are shown but flagged not valid; another talker's RMC decodes on request; a
+# GGA sentence is another type, not a rejection; --strict fails on the flagged line.
+warden_cli_test(nmea_flagged ARGS "nmea|--json|--any-talker|--strict" EXIT 2
+                INPUT ${warden_cli_dir}/data/nmea_flagged.input EXPECTED nmea_flagged.json.expected)
+# A real receiver log ($GNRMC, GGA, GSV ...) passes --strict.
+set(warden_cli_real_log ${SHARED_TESTDATA_DIR}/nmea/gpsd/ch-4711.log)
+if(EXISTS ${warden_cli_real_log})
+    warden_cli_test(nmea_real_strict ARGS "nmea|--strict|--any-talker|${warden_cli_real_log}"
+                    EXPECTED ch-4711.expected)
+endif()

@@ -68,7 +68,7 @@ for fmt in ("geojson", "kml"):
     for place, (point, address, fence) in zip(places, zip(*[iter(rows)] * 3)):
         lon, lat = map(float, re.findall(r"-?[\d.]+", point["WKT"]))
         check(abs(lat - place["latitude"]) < 1e-7 and abs(lon - place["longitude"]) < 1e-7, f"places {fmt}: {point['WKT']}")
-        for feature, radius in ((address, place["addressRadius"]), (fence, place["geofenceRadius"])):
+        for feature, radius in ((address, place["address_radius"]), (fence, place["geofence_radius"])):
             for vlon, vlat in re.findall(r"(-?[\d.]+) (-?[\d.]+)", feature["WKT"]):
                 dy = (float(vlat) - lat) * 111195
                 dx = (float(vlon) - lon) * 111195 * math.cos(math.radians(lat))

@@ -8,7 +8,7 @@ find_package(Python3 COMPONENTS Interpreter)
 if(NOT Python3_Interpreter_FOUND)
     return()
 endif()
-foreach(script exports map)
+foreach(script exports map import)
     add_test(NAME tool.${script}
              COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_LIST_DIR}/${script}_test.py
                      $<TARGET_FILE:warden> ${PROJECT_SOURCE_DIR} ${SHARED_TESTDATA_DIR})

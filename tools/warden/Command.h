@@ -12,11 +12,12 @@
 //   static const warden::Registration nmeaRegistration{"nmea", 10, setupNmea};
 //
 // A callback reports failure by throwing warden::Failure; main prints "warden: <message>" as one
-// line on standard error and exits with the failure's code.
+// line on standard error and exits with the failure's code. The library's framework exceptions
+// (CException*) and standard exceptions end the same way, in main.
 
 #include <CLI/CLI.hpp>
-
 #include <functional>
+#include <initializer_list>
 #include <stdexcept>
 #include <string>
 
@@ -24,6 +25,19 @@ namespace warden
 {
 
 using Setup = std::function<void(CLI::App&)>;
+
+// Exit statuses shared by every subcommand (also listed in --help and docs/warden-json.md).
+constexpr int kExitOk = 0;
+constexpr int kExitFailure = 1; // nothing or not everything could be done; one line says why
+constexpr int kExitPartial = 2; // finished, but some inputs were rejected (lines of a batch ...)
+constexpr int kExitUsage = 64;  // the command line itself is wrong (as sysexits' EX_USAGE)
+
+// The exit statuses in words, for the main --help.
+std::string ExitCodeHelp();
+
+// Gives a subcommand's --help its examples and the exit statuses it uses beyond 0 and 64,
+// e.g. Help(cmd, {"warden grid 52.65798 1.71605"}, "1 outside the grid; 2 some lines failed").
+void Help(CLI::App* cmd, std::initializer_list<const char*> examples, const std::string& exits);
 
 struct Registration
 {

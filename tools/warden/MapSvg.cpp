@@ -1,7 +1,7 @@
 #include "MapSvg.h"
 
 #include "Command.h"
-#include "NmeaPrinter.h"
+#include "Text.h"
 
 #include <algorithm>
 #include <cmath>
@@ -129,7 +129,7 @@ std::string GridLines(const Picture& p)
                                                          static_cast<unsigned long>(n), letters,
                                                          inE, inN))
                 continue;
-            const std::string name = ToUtf8(letters) + Format(" %lu%lu", inE / 10000, inN / 10000);
+            const std::string name = Utf8(letters) + Format(" %lu%lu", inE / 10000, inN / 10000);
             svg << p.Text(std::max(e, p.m_e0) + p.Px(5), std::min(n + 10000, p.m_n1) - p.Px(18),
                           name, 16, " fill=\"#555555\" font-weight=\"bold\"");
         }
@@ -166,7 +166,7 @@ std::string PlaceLayer(const Picture& p, CUserPlaceCollection& places)
         if (symbol > ' ' && symbol < 0x7F)
             svg << p.Text(g.e, g.n - p.Px(4), std::string(1, static_cast<char>(symbol)), 10,
                           " fill=\"#ffffff\" text-anchor=\"middle\"");
-        svg << p.Text(g.e + p.Px(9), g.n - p.Px(4), ToUtf8(place->GetMapLabelText()), 12);
+        svg << p.Text(g.e + p.Px(9), g.n - p.Px(4), Utf8(place->GetMapLabelText()), 12);
     }
     return svg.str();
 }
@@ -242,8 +242,8 @@ std::string RenderMap(const std::vector<Track>& tracks, CUserPlaceCollection* pl
     // A margin all round, at least a kilometre of view, and no sliver of a picture.
     const double size = std::max({e1 - e0, n1 - n0, 1000.0});
     const double margin = size * 0.08;
-    const double width = std::max(e1 - e0, size * 0.5) + 2 * margin;
-    const double height = std::max(n1 - n0, size * 0.5) + 2 * margin;
+    const double width = std::max(e1 - e0, size * 0.75) + 2 * margin;
+    const double height = std::max(n1 - n0, size * 0.75) + 2 * margin;
     const double ce = (e0 + e1) / 2;
     const double cn = (n0 + n1) / 2;
     const Picture p(ce - width / 2, cn - height / 2, ce + width / 2, cn + height / 2,
@@ -278,7 +278,7 @@ std::string RenderMap(const std::vector<Track>& tracks, CUserPlaceCollection* pl
         // The label goes on the side of the picture with room for it.
         const bool left = start.e > ce;
         svg << p.Text(start.e + p.Px(left ? -11 : 11), start.n + p.Px(4),
-                      "start " + ToUtf8(reference), 12,
+                      "start " + Utf8(reference), 12,
                       left ? " font-weight=\"bold\" text-anchor=\"end\"" : " font-weight=\"bold\"");
     }
     svg << ScaleBar(p, maxKmh) << "</svg>\n";
@@ -288,7 +288,8 @@ std::string RenderMap(const std::vector<Track>& tracks, CUserPlaceCollection* pl
     for (const Track& track : tracks)
         title += (title.empty() ? "" : ", ") + track.name;
     return "<!DOCTYPE html>\n<html><head><meta charset=\"utf-8\"><title>" + XmlEscape(title) +
-           "</title><style>body{margin:0}</style></head><body>\n" + svg.str() + "</body></html>\n";
+           "</title><style>body{margin:0}svg{display:block}</style></head><body>\n" + svg.str() +
+           "</body></html>\n";
 }
 
 } // namespace warden

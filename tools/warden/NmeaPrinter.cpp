@@ -1,5 +1,7 @@
 #include "NmeaPrinter.h"
 
+#include "Text.h"
+
 #include <cmath>
 #include <cstdio>
 #include <memory>
@@ -10,6 +12,7 @@
 #include <shared/positioning/CNmeaGPLOG.h>
 #include <shared/positioning/CNmeaGPRMC.h>
 #include <shared/positioning/NWardenMetrics.h>
+#include <vector>
 
 namespace warden
 {
@@ -30,32 +33,6 @@ bool IsBlank(std::string_view line)
         if (c != ' ' && c != '\t' && c != '\r' && c != '\n' && c != '\v' && c != '\f')
             return false;
     return true;
-}
-
-// Characters shown on the screen (UTF-8 continuation bytes take no room).
-std::size_t DisplayWidth(std::string const& text)
-{
-    std::size_t width = 0;
-    for (unsigned char c : text)
-        if ((c & 0xC0) != 0x80)
-            ++width;
-    return width;
-}
-
-std::string PadRight(std::string text, std::size_t width)
-{
-    std::size_t const shown = DisplayWidth(text);
-    if (shown < width)
-        text.append(width - shown, ' ');
-    return text;
-}
-
-std::string PadLeft(std::string text, std::size_t width)
-{
-    std::size_t const shown = DisplayWidth(text);
-    if (shown < width)
-        text.insert(0, width - shown, ' ');
-    return text;
 }
 
 std::string Printf(char const* format, auto... args)
@@ -111,7 +88,48 @@ struct Row
     std::optional<int> state;
     std::optional<unsigned char> inputs, outputs;
     std::optional<double> analog1, analog2, battery;
+    // Why the decoded values cannot be a real fix; empty when they can.
+    std::vector<std::string> problems;
+    std::string talkerType; // the type as sent, when another talker's RMC was decoded as GPRMC
 };
+
+// The fields of a sentence between the '$' and the '*'.
+std::vector<std::string_view> Fields(std::string_view line)
+{
+    line = line.substr(0, line.find('*'));
+    std::vector<std::string_view> fields;
+    while (true)
+    {
+        auto const comma = line.find(',');
+        fields.push_back(line.substr(0, comma));
+        if (comma == std::string_view::npos)
+            return fields;
+        line.remove_prefix(comma + 1);
+    }
+}
+
+// The library decodes what the fields say, as described; a reader of the output must still
+// learn that a latitude of 95 degrees or a hemisphere 'X' cannot come from a working receiver.
+void CheckRmc(std::string_view line, Row& row)
+{
+    auto const fields = Fields(line);
+    auto letter = [&](std::size_t i, char const* allowed, char const* what)
+    {
+        if (i < fields.size() && !fields[i].empty() &&
+            (fields[i].size() != 1 ||
+             std::string_view(allowed).find(fields[i][0]) == std::string_view::npos))
+            row.problems.push_back(std::string(what) + " '" + std::string(fields[i]) + "'");
+    };
+    if (row.lat && std::fabs(*row.lat) > 90)
+        row.problems.push_back("latitude beyond 90");
+    if (row.lon && std::fabs(*row.lon) > 180)
+        row.problems.push_back("longitude beyond 180");
+    if (row.knots && *row.knots < 0)
+        row.problems.push_back("negative speed");
+    letter(4, "NS", "latitude hemisphere");
+    letter(6, "EW", "longitude hemisphere");
+    letter(11, "EW", "variation direction");
+}
 
 template <typename T, typename Getter> std::optional<T> Get(Getter getter)
 {
@@ -176,12 +194,12 @@ constexpr std::size_t kLine = 5, kType = 5, kTime = 19, kStatus = 3, kLat = 14, 
 
 std::string TableRow(long line, Row const& row)
 {
-    std::string text = PadLeft(std::to_string(line), kLine) + "  " + PadRight(row.type, kType);
+    std::string text = PadLeft(std::to_string(line), kLine) + "  " +
+                       PadRight(row.talkerType.empty() ? row.type : row.talkerType, kType);
     text += "  " + PadRight(row.time ? IsoTime(*row.time, ' ') : "", kTime);
     text += "  " + PadRight(row.status ? std::string(1, *row.status) : "", kStatus);
-    text += PadRight(row.lat ? ToUtf8(NWardenMetrics::LatitudeToString(*row.lat)) : "", kLat);
-    text +=
-        "  " + PadRight(row.lon ? ToUtf8(NWardenMetrics::LongitudeToString(*row.lon)) : "", kLon);
+    text += PadRight(row.lat ? Utf8(NWardenMetrics::LatitudeToString(*row.lat)) : "", kLat);
+    text += "  " + PadRight(row.lon ? Utf8(NWardenMetrics::LongitudeToString(*row.lon)) : "", kLon);
     text += "  " + PadLeft(row.knots ? Printf("%.1f", Kph(*row.knots)) : "", kSpeed);
     text += "  " + PadLeft(row.knots ? Printf("%.1f", *row.knots) : "", kSpeed);
     text +=
@@ -212,6 +230,13 @@ std::string TableRow(long line, Row const& row)
         add("an2 " + (row.analog2 ? Printf("%g", *row.analog2) : std::string("-")));
         add("batt " + (row.battery ? Printf("%g", *row.battery) : std::string("-")));
     }
+    if (!row.problems.empty())
+    {
+        std::string words = "NOT VALID:";
+        for (auto const& problem : row.problems)
+            words += (words.back() == ':' ? " " : ", ") + problem;
+        add(words);
+    }
     text += "  " + detail;
     while (!text.empty() && text.back() == ' ')
         text.pop_back();
@@ -222,7 +247,10 @@ Json JsonRow(long line, Row const& row)
 {
     Json j;
     j["line"] = line;
-    j["type"] = row.type;
+    j["type"] = row.talkerType.empty() ? row.type : row.talkerType;
+    j["valid"] = row.problems.empty();
+    if (!row.problems.empty())
+        j["problems"] = row.problems;
     auto optional = [](auto const& value) { return value ? Json(*value) : Json(nullptr); };
     if (row.type == CNmeaGPRMC::GetTypeString() || row.type == CNmeaGPLOG::GetTypeString())
         j["time"] = row.time ? Json(IsoTime(*row.time, 'T') + "Z") : nullptr;
@@ -231,10 +259,8 @@ Json JsonRow(long line, Row const& row)
         j["status"] = row.status ? Json(std::string(1, *row.status)) : nullptr;
         j["lat"] = optional(row.lat);
         j["lon"] = optional(row.lon);
-        j["lat_text"] =
-            row.lat ? Json(ToUtf8(NWardenMetrics::LatitudeToString(*row.lat))) : nullptr;
-        j["lon_text"] =
-            row.lon ? Json(ToUtf8(NWardenMetrics::LongitudeToString(*row.lon))) : nullptr;
+        j["lat_text"] = row.lat ? Json(Utf8(NWardenMetrics::LatitudeToString(*row.lat))) : nullptr;
+        j["lon_text"] = row.lon ? Json(Utf8(NWardenMetrics::LongitudeToString(*row.lon))) : nullptr;
         j["speed_knots"] = optional(row.knots);
         j["speed_kmh"] = row.knots ? Json(Rounded(Kph(*row.knots), 100)) : nullptr;
         j["course"] = optional(row.course);
@@ -280,26 +306,6 @@ char const* ParseResultWords(CNmeaSentence::E_NMEAParseResult result)
     return "unknown result";
 }
 
-std::string ToUtf8(std::string_view cp1252)
-{
-    std::string text;
-    text.reserve(cp1252.size());
-    for (char c : cp1252)
-    {
-        auto const u = static_cast<unsigned char>(c);
-        if (u < 0x80)
-            text += c;
-        else if (u < 0xA0)
-            text += '?';
-        else
-        {
-            text += static_cast<char>(0xC0 | (u >> 6));
-            text += static_cast<char>(0x80 | (u & 0x3F));
-        }
-    }
-    return text;
-}
-
 long NmeaCounts::Decoded() const
 {
     long total = 0;
@@ -331,13 +337,36 @@ void NmeaPrinter::PrintHeader(std::ostream& out) const
 CNmeaSentence::E_NMEAParseResult NmeaPrinter::PrintLine(std::string_view line, std::ostream& out)
 {
     long const number = ++m_counts.lines;
-    if (IsBlank(line))
+    // Recorded logs (gpsd's among them) carry '#' comment lines about the receiver: not data.
+    if (IsBlank(line) || line.front() == '#')
         return CNmeaSentence::eNMEAParseOK;
 
     // The decoder reads a C string; a zero byte inside the line ends it there, as on the device.
-    std::string const text(line);
+    std::string text(line);
     Result result = CNmeaSentence::eNMEAParseOK;
     std::unique_ptr<CNmeaSentence> sentence(CNmeaSentence::Create(text.c_str(), result));
+    // An unknown sentence has passed the frame and checksum checks: it is a sentence of
+    // another type, not damage.
+    std::string const talkerType = result == CNmeaSentence::eNMEAUnknownSentence
+                                       ? std::string(Fields(line.substr(line.find('$') + 1))[0])
+                                       : std::string();
+    if (!sentence && m_anyTalker && talkerType.size() == 5 && talkerType.ends_with("RMC"))
+    {
+        auto const at = text.find(talkerType);
+        text.replace(at, 2, "GP");
+        text = CNmeaSentence::SetCheckSum(text.c_str()).GetString();
+        sentence.reset(CNmeaSentence::Create(text.c_str(), result));
+    }
+    if (!sentence && result == CNmeaSentence::eNMEAUnknownSentence)
+    {
+        ++m_counts.other;
+        if (m_format == Format::Json)
+            out << Json{{"line", number}, {"type", talkerType}, {"other", true}}.dump() << '\n';
+        else
+            out << PadLeft(std::to_string(number), kLine) << "  " << PadRight(talkerType, kType)
+                << "  (not decoded: another type of sentence)\n";
+        return result;
+    }
     if (!sentence)
     {
         ++m_counts.rejectionsByResult.at(static_cast<std::size_t>(result));
@@ -360,7 +389,15 @@ CNmeaSentence::E_NMEAParseResult NmeaPrinter::PrintLine(std::string_view line, s
     }
 
     ++m_counts.sentencesByType.at(static_cast<std::size_t>(sentence->GetType()));
-    Row const row = Describe(*sentence);
+    Row row = Describe(*sentence);
+    if (sentence->GetType() == CNmeaSentence::eNMEA_GPRMC)
+    {
+        CheckRmc(line, row);
+        if (!talkerType.empty())
+            row.talkerType = talkerType;
+    }
+    if (!row.problems.empty())
+        ++m_counts.flagged;
     if (m_format == Format::Json)
         out << JsonRow(number, row).dump() << '\n';
     else
@@ -384,13 +421,16 @@ void NmeaPrinter::PrintSummary(std::ostream& out) const
                         {"decoded", decoded},
                         {"decoded_total", m_counts.Decoded()},
                         {"rejected", rejected},
-                        {"rejected_total", m_counts.Rejected()}};
+                        {"rejected_total", m_counts.Rejected()},
+                        {"other", m_counts.other},
+                        {"not_valid", m_counts.flagged}};
         out << j.dump() << '\n';
         return;
     }
     out << "\n"
         << m_counts.lines << " lines: " << m_counts.Decoded() << " sentences decoded, "
-        << m_counts.Rejected() << " rejected\n";
+        << m_counts.Rejected() << " rejected, " << m_counts.other << " of other types, "
+        << m_counts.flagged << " decoded but not valid\n";
     for (auto type : kSummaryOrder)
         out << "  " << PadRight(kTypeWords[type], 30)
             << PadLeft(std::to_string(m_counts.sentencesByType[type]), 6) << '\n';

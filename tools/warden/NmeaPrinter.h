@@ -21,19 +21,13 @@ namespace warden
 // The decoder's result in words, e.g. "bad checksum".
 char const* ParseResultWords(CNmeaSentence::E_NMEAParseResult result);
 
-// The library's texts are code page 1252 (the degree sign is the byte 0xB0); terminals and JSON
-// want UTF-8. Bytes 0x80-0x9F, which have no Latin-1 meaning, become "?".
-std::string ToUtf8(std::string_view cp1252);
-inline std::string ToUtf8(CString const& text)
-{
-    return ToUtf8(text.View());
-}
-
 struct NmeaCounts
 {
     long lines = 0;                           // every line given, blank ones included
     std::array<long, 4> sentencesByType{};    // indexed by CNmeaSentence::E_NMEASentenceType
     std::array<long, 6> rejectionsByResult{}; // indexed by E_NMEAParseResult (0 unused)
+    long other = 0;   // well-formed sentences of types the library does not decode (GGA, GSV ...)
+    long flagged = 0; // decoded, but holding values no receiver can mean (latitude 95 ...)
 
     long Decoded() const;
     long Rejected() const;
@@ -50,11 +44,15 @@ public:
 
     explicit NmeaPrinter(Format format) : m_format(format) {}
 
+    // Decode the RMC sentence of any talker ($GNRMC, $GLRMC, $GARMC ...) as $GPRMC, once its
+    // checksum has been checked; off by default, as the library knows only $GPRMC.
+    void SetAnyTalker(bool anyTalker) { m_anyTalker = anyTalker; }
+
     // The column heading of the table (nothing for JSON).
     void PrintHeader(std::ostream& out) const;
 
-    // Decodes one line of device text and prints its row. Blank lines are counted but print
-    // nothing. Returns the decoder's result (eNMEAParseOK for a blank line).
+    // Decodes one line of device text and prints its row. Blank lines and '#' comments are
+    // counted but print nothing. Returns the decoder's result (eNMEAParseOK for a blank line).
     CNmeaSentence::E_NMEAParseResult PrintLine(std::string_view line, std::ostream& out);
 
     // Sentences by type and rejections by reason.
@@ -64,6 +62,7 @@ public:
 
 private:
     Format m_format;
+    bool m_anyTalker = false;
     NmeaCounts m_counts;
 };
 

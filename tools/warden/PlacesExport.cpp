@@ -1,13 +1,13 @@
 #include "PlacesExport.h"
 
 #include "Command.h"
-#include "NmeaPrinter.h"
+#include "Json.h"
+#include "Text.h"
 #include "TrackExport.h"
 
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
-#include <nlohmann/json.hpp>
 #include <numbers>
 #include <ostream>
 #include <shared/foundation/CLog.h>
@@ -22,11 +22,6 @@ namespace
 {
 
 constexpr double kEarthRadius = 6371008.8; // mean radius; a geofence is far smaller than its error
-
-double Rounded(double degrees)
-{
-    return std::round(degrees * 1e7) / 1e7;
-}
 
 // A circle of the place worth drawing: its radius and which of the place's roles it stands for.
 struct Circle
@@ -45,44 +40,45 @@ std::vector<Circle> Circles(const CUserPlace& place)
     return circles;
 }
 
-nlohmann::json Properties(CUserPlace& place)
+Json Properties(CUserPlace& place)
 {
-    return {{"id", ToUtf8(place.GetItemId().GetFormattedString())},
-            {"map_label", ToUtf8(place.GetMapLabelText())},
-            {"report_label", ToUtf8(place.GetReportLabelText())},
+    return {{"id", Utf8(place.GetItemId().GetFormattedString())},
+            {"map_label", Utf8(place.GetMapLabelText())},
+            {"report_label", Utf8(place.GetReportLabelText())},
             {"symbol_id", place.GetSymbolId()},
             {"address_radius_m", place.GetAddressRadius()},
             {"geofence_radius_m", place.GetGeofenceRadius()},
-            {"geofence_type", ToUtf8(place.GetGeofenceTypeString())}};
+            {"geofence_type", Utf8(place.GetGeofenceTypeString())}};
 }
 
 void WriteGeoJson(std::ostream& out, CUserPlaceCollection& places)
 {
-    nlohmann::json features = nlohmann::json::array();
+    Json features = Json::array();
     places.GotoStart();
     while (CUserPlace* place = places.GetNext())
     {
-        nlohmann::json properties = Properties(*place);
+        Json properties = Properties(*place);
         properties["kind"] = "place";
         features.push_back(
             {{"type", "Feature"},
              {"geometry",
               {{"type", "Point"},
-               {"coordinates", {Rounded(place->GetLongitude()), Rounded(place->GetLatitude())}}}},
+               {"coordinates",
+                {RoundedDegrees(place->GetLongitude()), RoundedDegrees(place->GetLatitude())}}}},
              {"properties", properties}});
         for (const Circle& circle : Circles(*place))
         {
-            nlohmann::json ring = nlohmann::json::array();
+            Json ring = Json::array();
             for (const auto& [lat, lon] :
                  CircleVertices(place->GetLatitude(), place->GetLongitude(), circle.radius))
-                ring.push_back({Rounded(lon), Rounded(lat)});
+                ring.push_back({RoundedDegrees(lon), RoundedDegrees(lat)});
             properties["kind"] = circle.kind;
             features.push_back({{"type", "Feature"},
                                 {"geometry", {{"type", "Polygon"}, {"coordinates", {ring}}}},
                                 {"properties", properties}});
         }
     }
-    out << nlohmann::json{{"type", "FeatureCollection"}, {"features", features}}.dump(1) << '\n';
+    out << Json{{"type", "FeatureCollection"}, {"features", features}}.dump() << '\n';
 }
 
 // KML colours are aabbggrr, the byte order of the place's own colour references.
@@ -101,8 +97,8 @@ void WriteKml(std::ostream& out, CUserPlaceCollection& places)
     char coordinates[64];
     while (CUserPlace* place = places.GetNext())
     {
-        const std::string name = XmlEscape(ToUtf8(place->GetMapLabelText()));
-        const std::string description = XmlEscape(ToUtf8(place->GetReportLabelText()));
+        const std::string name = XmlEscape(Utf8(place->GetMapLabelText()));
+        const std::string description = XmlEscape(Utf8(place->GetReportLabelText()));
         std::snprintf(coordinates, sizeof coordinates, "%.7f,%.7f", place->GetLongitude(),
                       place->GetLatitude());
         out << " <Placemark>\n  <name>" << name << "</name>\n  <description>" << description

@@ -1,11 +1,14 @@
 #include "TrackExport.h"
 
-#include "NmeaPrinter.h"
+#include "Command.h"
+#include "Json.h"
 
+#include <cmath>
 #include <cstdio>
+#include <filesystem>
+#include <fstream>
 #include <istream>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <ostream>
 #include <shared/positioning/CNmeaGPRMC.h>
 
@@ -54,19 +57,19 @@ void WriteGpx(std::ostream& out, const std::vector<Track>& tracks)
 // convention ("coordTimes") that most GeoJSON tools understand.
 void WriteGeoJson(std::ostream& out, const std::vector<Track>& tracks)
 {
-    nlohmann::json features = nlohmann::json::array();
+    Json features = Json::array();
     for (const Track& track : tracks)
     {
-        nlohmann::json coordinates = nlohmann::json::array();
-        nlohmann::json times = nlohmann::json::array();
-        nlohmann::json speeds = nlohmann::json::array();
+        Json coordinates = Json::array();
+        Json times = Json::array();
+        Json speeds = Json::array();
         for (const TrackPoint& p : track.points)
         {
-            // RFC 7946 wants longitude first and no more precision than is meaningful.
+            // RFC 7946 puts the longitude first.
             coordinates.push_back(
                 {std::stod(Degrees(p.longitude)), std::stod(Degrees(p.latitude))});
             times.push_back(p.time);
-            speeds.push_back(p.speedInKnots ? nlohmann::json(*p.speedInKnots) : nlohmann::json());
+            speeds.push_back(p.speedInKnots ? Json(*p.speedInKnots) : Json());
         }
         features.push_back(
             {{"type", "Feature"},
@@ -74,7 +77,7 @@ void WriteGeoJson(std::ostream& out, const std::vector<Track>& tracks)
              {"properties",
               {{"name", track.name}, {"coordTimes", times}, {"speed_knots", speeds}}}});
     }
-    out << nlohmann::json{{"type", "FeatureCollection"}, {"features", features}}.dump(1) << '\n';
+    out << Json{{"type", "FeatureCollection"}, {"features", features}}.dump() << '\n';
 }
 
 // gx:Track keeps a time per position, which a plain LineString cannot.
@@ -116,6 +119,11 @@ void WriteCsv(std::ostream& out, const std::vector<Track>& tracks)
 }
 
 } // namespace
+
+double RoundedDegrees(double degrees)
+{
+    return std::round(degrees * 1e7) / 1e7;
+}
 
 std::string XmlEscape(const std::string& text)
 {
@@ -172,7 +180,7 @@ Track DecodeTrack(std::istream& log, std::string name)
         if (!fix.GetStatusIndicator(status) || status != 'A' || !fix.GetLatitude(point.latitude) ||
             !fix.GetLongitude(point.longitude) || !fix.GetTimeStamp(time))
             continue;
-        point.time = ToUtf8(time.Format("%Y-%m-%dT%H:%M:%SZ"));
+        point.time = UtcTimeText(time);
         double value = 0.0;
         if (fix.GetSpeedInKnots(value))
             point.speedInKnots = value;
@@ -181,6 +189,25 @@ Track DecodeTrack(std::istream& log, std::string name)
         track.points.push_back(std::move(point));
     }
     return track;
+}
+
+// Reads one log per path; a file in which not one line is a device sentence is almost certainly
+// the wrong file, so it is an error rather than an empty track.
+std::vector<Track> ReadTracks(const std::vector<std::string>& paths)
+{
+    std::vector<Track> tracks;
+    for (const std::string& path : paths)
+    {
+        std::ifstream log(path, std::ios::binary);
+        std::error_code error;
+        if (!log || std::filesystem::is_directory(path, error))
+            throw Failure("cannot read " + path);
+        Track track = DecodeTrack(log, std::filesystem::path(path).stem().string());
+        if (track.sentences == 0)
+            throw Failure(path + " is not a device log (no line is a valid sentence)");
+        tracks.push_back(std::move(track));
+    }
+    return tracks;
 }
 
 void WriteTracks(std::ostream& out, const std::vector<Track>& tracks, TrackFormat format)

@@ -50,6 +50,10 @@ void WriteTracks(std::ostream& out, const std::vector<Track>& tracks, TrackForma
 // or one without a single device sentence.
 std::vector<Track> ReadTracks(const std::vector<std::string>& paths);
 
+// Seven decimals are about a centimetre, below what any device reports; RFC 7946 asks for no
+// more precision than is meaningful.
+double RoundedDegrees(double degrees);
+
 // Escapes &, <, >, " and ' for XML text and attribute values.
 std::string XmlEscape(const std::string& text);
 

@@ -1,102 +1,86 @@
 // warden log [FILE]: shows the application log (Application.log in the current directory by
-// default) as the application reads it, one entry per line, optionally filtered or as JSON.
+// default) as the application reads it, one entry per line, optionally filtered or as JSON Lines.
 #include "Command.h"
+#include "Json.h"
+#include "Text.h"
 
+#include <algorithm>
+#include <cctype>
 #include <filesystem>
 #include <iostream>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <shared/foundation/CLog.h>
+#include <shared/foundation/CLogLine.h>
+#include <shared/time/CClock.h>
 #include <string>
 #include <vector>
 
 namespace
 {
 
-struct Entry
+std::string Upper(std::string text)
 {
-    std::string raw;
-    // date, time, level, user, message; empty when the line is not a five-field entry.
-    std::vector<std::string> fields;
-};
-
-Entry Split(const std::string& line)
-{
-    Entry entry{line, {}};
-    std::string::size_type start = 0;
-    for (int i = 0; i < 4; ++i)
-    {
-        const auto tab = line.find('\t', start);
-        if (tab == std::string::npos)
-        {
-            entry.fields.clear();
-            return entry;
-        }
-        entry.fields.push_back(line.substr(start, tab - start));
-        start = tab + 1;
-    }
-    entry.fields.push_back(line.substr(start)); // the message may hold tabs of its own
-    return entry;
+    for (char& c : text)
+        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    return text;
 }
 
 void Run(const std::string& path, const std::string& level, int tail, bool json)
 {
     if (!std::filesystem::exists(path))
-    {
         throw warden::Failure("no log file at \"" + path + "\"");
-    }
     CLog::SetLogFileName(path.c_str());
     CStringList lines;
     if (!CLog::ReadFromLog(lines))
-    {
         throw warden::Failure("cannot open the log file \"" + path + "\"");
-    }
 
-    std::vector<Entry> entries;
+    std::vector<std::pair<long, CLogLine>> entries;
+    long number = 0;
     for (POSITION pos = lines.GetHeadPosition(); pos != nullptr;)
     {
-        Entry entry = Split(lines.GetNext(pos).GetString());
-        if (!level.empty() && (entry.fields.empty() || entry.fields[2] != level))
-        {
+        CLogLine entry;
+        entry.Parse(lines.GetNext(pos));
+        ++number;
+        if (!level.empty() && (!entry.IsEntry() || entry.GetLevel().View() != level))
             continue;
-        }
-        entries.push_back(std::move(entry));
+        entries.emplace_back(number, std::move(entry));
     }
     if (tail >= 0 && entries.size() > static_cast<size_t>(tail))
-    {
         entries.erase(entries.begin(), entries.end() - tail);
-    }
 
     if (json)
+        CClock::InitialiseTimezone();
+    for (const auto& [line, entry] : entries)
     {
-        nlohmann::json out = nlohmann::json::array();
-        for (const Entry& entry : entries)
+        if (json)
         {
-            if (entry.fields.empty())
+            warden::Json j{{"line", line}};
+            if (entry.IsEntry())
             {
-                out.push_back({{"raw", entry.raw}});
-                continue;
+                // The log holds local wall-clock minutes; they are given in UTC like every time
+                // warden prints, converted with this machine's zone rules.
+                const COleDateTime local = entry.GetLocalTime();
+                j["time"] = local.GetStatus() == COleDateTime::valid
+                                ? warden::UtcTime(CClock::ConvertFromLocalToUTC(local))
+                                : warden::Json(nullptr);
+                j["level"] = warden::JsonText(entry.GetLevel());
+                j["user"] = warden::JsonText(entry.GetUser());
+                j["message"] = warden::JsonText(entry.GetMessage());
             }
-            out.push_back({{"date", entry.fields[0]},
-                           {"time", entry.fields[1]},
-                           {"level", entry.fields[2]},
-                           {"user", entry.fields[3]},
-                           {"message", entry.fields[4]}});
-        }
-        std::cout << out.dump(2) << '\n';
-        return;
-    }
-    for (const Entry& entry : entries)
-    {
-        if (entry.fields.empty())
-        {
-            std::cout << entry.raw << '\n';
+            else
+                j["text"] = warden::JsonText(entry.GetLine());
+            warden::PrintRecord(j, std::cout);
             continue;
         }
-        std::string levelWord = entry.fields[2];
-        levelWord.resize(std::max<size_t>(levelWord.size(), 5), ' ');
-        std::cout << entry.fields[0] << ' ' << entry.fields[1] << ' ' << levelWord << ' '
-                  << entry.fields[3] << "  " << entry.fields[4] << '\n';
+        if (!entry.IsEntry())
+        {
+            std::cout << warden::Utf8(entry.GetLine()) << '\n';
+            continue;
+        }
+        std::cout << warden::Utf8(entry.GetDate()) << ' ' << warden::Utf8(entry.GetTime()) << ' '
+                  << warden::PadRight(warden::Utf8(entry.GetLevel()), 5) << ' '
+                  << warden::Utf8(entry.GetUser()) << "  " << warden::Utf8(entry.GetMessage())
+                  << '\n';
     }
 }
 
@@ -108,10 +92,13 @@ void SetupLog(CLI::App& app)
     auto tail = std::make_shared<int>(-1);
     auto json = std::make_shared<bool>(false);
     cmd->add_option("FILE", *path, "Log file (default: Application.log in the current directory)");
-    cmd->add_option("--level", *level, "Only entries of this level")
+    cmd->add_option("--level", *level, "Only entries of this level: INFO, ERROR, WARN or ???")
+        ->transform([](std::string text) { return Upper(std::move(text)); })
         ->check(CLI::IsMember({"INFO", "ERROR", "WARN", "???"}));
     cmd->add_option("--tail", *tail, "Only the last N entries")->check(CLI::NonNegativeNumber);
-    cmd->add_flag("--json", *json, "Print JSON");
+    cmd->add_flag("--json", *json, "Print JSON Lines: one object per entry, times in UTC");
+    warden::Help(cmd, {"warden log Application.log --level warn --tail 20", "warden log --json"},
+                 "1 no log file or it cannot be read");
     cmd->callback([=] { Run(*path, *level, *tail, *json); });
 }
 

@@ -1,6 +1,7 @@
-// warden nmea [FILE|-] [--json] [--strict]: decodes a device log line by line.
+// warden nmea [FILE|-]... [--json] [--strict] [--any-talker]: decodes device logs line by line.
 
 #include "Command.h"
+#include "LineReader.h"
 #include "NmeaPrinter.h"
 
 #include <cerrno>
@@ -11,14 +12,6 @@
 
 namespace
 {
-void DecodeStream(std::istream& in, warden::NmeaPrinter& printer)
-{
-    printer.PrintHeader(std::cout);
-    std::string line;
-    while (std::getline(in, line))
-        printer.PrintLine(line, std::cout);
-    printer.PrintSummary(std::cout);
-}
 
 void SetupNmea(CLI::App& app)
 {
@@ -26,36 +19,42 @@ void SetupNmea(CLI::App& app)
         "nmea", "Decode a device log ($GPRMC, $GPLOG, $GPIOP): one row per sentence and a summary");
     struct Options
     {
-        std::string file = "-";
+        std::vector<std::string> files{"-"};
         bool json = false;
         bool strict = false;
+        bool anyTalker = false;
     };
     auto options = std::make_shared<Options>();
-    cmd->add_option("file", options->file,
-                    "Device log to decode; - or nothing reads standard input");
+    cmd->add_option("files", options->files,
+                    "Device logs to decode one after the other; - or nothing reads standard input");
     cmd->add_flag("--json", options->json,
                   "Print one JSON object per line and a final summary object instead of the table");
-    cmd->add_flag("--strict", options->strict, "Exit with status 2 when any line was rejected");
+    cmd->add_flag("--strict", options->strict,
+                  "Exit with status 2 when any line was rejected or decoded values are not valid "
+                  "(sentences of other types, such as GGA or GSV, are not rejections)");
+    cmd->add_flag("--any-talker", options->anyTalker,
+                  "Decode $GNRMC, $GLRMC, $GARMC ... (any talker's RMC) like $GPRMC");
+    warden::Help(cmd,
+                 {"warden nmea samples/drive.nmea", "warden nmea --json --any-talker a.log b.log",
+                  "cat device.log | warden nmea --strict"},
+                 "1 a file cannot be read; 2 with --strict, some lines were rejected or flagged");
     cmd->callback(
         [options]
         {
             warden::NmeaPrinter printer(options->json ? warden::NmeaPrinter::Format::Json
                                                       : warden::NmeaPrinter::Format::Table);
-            if (options->file == "-")
+            printer.SetAnyTalker(options->anyTalker);
+            printer.PrintHeader(std::cout);
+            std::string line;
+            for (auto const& file : options->files)
             {
-                DecodeStream(std::cin, printer);
+                warden::LineReader reader(file);
+                while (reader.Next(line))
+                    printer.PrintLine(line, std::cout);
             }
-            else
-            {
-                std::ifstream in(options->file, std::ios::binary);
-                if (!in)
-                    throw warden::Failure("cannot open " + options->file + ": " +
-                                          std::strerror(errno));
-                DecodeStream(in, printer);
-                if (in.bad())
-                    throw warden::Failure("error reading " + options->file);
-            }
-            if (options->strict && printer.Counts().Rejected() > 0)
+            printer.PrintSummary(std::cout);
+            if (options->strict &&
+                (printer.Counts().Rejected() > 0 || printer.Counts().flagged > 0))
                 warden::SetExitCode(2);
         });
 }

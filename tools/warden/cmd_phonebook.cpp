@@ -1,14 +1,18 @@
 // warden phonebook: the phonebook that is uploaded to tracking devices. A book is kept on disk as
 // a vCard file in the device's own form, the form CMasterPhonebook writes.
 #include "Command.h"
+#include "Json.h"
+#include "PhoneVCardReader.h"
+#include "Text.h"
 
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <iostream>
-#include <nlohmann/json.hpp>
-#include <shared/foundation/CStringManipulator.h>
+#include <iterator>
+#include <optional>
 #include <shared/phonebook/CMasterPhonebook.h>
-#include <shared/phonebook/CVCard.h>
+#include <shared/phonebook/NPhonebookLimits.h>
 #include <shared/platform/AtomicFileReplacement.h>
 #include <string>
 #include <vector>
@@ -28,8 +32,23 @@ void OpenForReading(CStdioFile& file, const std::string& path)
         throw warden::Failure("cannot read " + path);
 }
 
+std::string ReadWhole(const std::string& path)
+{
+    std::error_code error;
+    std::ifstream file(path, std::ios::binary);
+    if (!file || std::filesystem::is_directory(path, error))
+        throw warden::Failure("cannot read " + path);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+// An empty file is an empty book (an empty book saves as nothing); any other file must hold a
+// card, so that a wrong file is an error rather than a book of no entries.
 void LoadBook(CMasterPhonebook& book, const std::string& path)
 {
+    const std::string text = ReadWhole(path);
+    if (text.find_first_not_of(" \t\r\n") != std::string::npos &&
+        (text.find('\0') != std::string::npos || text.find("BEGIN:VCARD") == std::string::npos))
+        throw warden::Failure(path + " is not a phonebook (it holds no vCard)");
     CStdioFile file;
     OpenForReading(file, path);
     book.ReadFromVCards(file);
@@ -76,28 +95,8 @@ std::string PermissionLetters(const CPhonebookEntryAttributes& a)
 std::vector<std::string> LimitProblems(const CString& nick, const CString& number)
 {
     std::vector<std::string> problems;
-    if (!CPhonebookEntry::CheckNickLengthOK(nick))
-        problems.push_back("nickname has " + std::to_string(nick.GetLength()) +
-                           " characters; a device takes " +
-                           std::to_string(CPhonebookEntry::s_numMinNickLength) + " to " +
-                           std::to_string(CPhonebookEntry::s_numMaxNickLength));
-    int invalidCount = 0;
-    const int firstInvalid = CStringManipulator::CheckValidCharacters(
-        number, CPhonebookEntry::s_sValidNumberChars, invalidCount);
-    if (firstInvalid >= 0)
-        problems.push_back("number has " + std::to_string(invalidCount) +
-                           " character(s) a device cannot dial, the first '" +
-                           std::string(1, number.GetAt(firstInvalid)) + "' at position " +
-                           std::to_string(firstInvalid + 1) +
-                           " (only blanks, '+' and digits are allowed)");
-    if (CPhonebookEntry::Normalize(number).GetLength() < CPhonebookEntry::s_numMinChars)
-        problems.push_back("number has fewer than " +
-                           std::to_string(CPhonebookEntry::s_numMinChars) + " digits");
-    if (number.GetLength() > CPhonebookEntry::s_numMaxChars)
-        problems.push_back("number is longer than " +
-                           std::to_string(CPhonebookEntry::s_numMaxChars) + " characters");
-    if (!CPhonebookEntry::CheckSyntaxOK(number))
-        problems.push_back("number may hold one '+' only, as its first character");
+    for (const CString& problem : NPhonebookLimits::Describe(nick, number))
+        problems.push_back(warden::Utf8(problem));
     return problems;
 }
 
@@ -112,53 +111,85 @@ void List(const std::string& path, bool json)
         while (book.GetNext(entry))
         {
             const CPhonebookEntryAttributes a = entry->GetAttributes();
-            nlohmann::json row = {
+            const warden::Json row = {
                 {"id", Text(entry->GetID().GetFormattedString())},
-                {"nickname", Text(entry->GetNick())},
-                {"lastName", Text(entry->GetLastName())},
-                {"voiceNumber", Text(entry->GetVoiceNumber())},
-                {"allowVoice", a.GetAllowVoice()},
-                {"allowSpot", a.GetAllowSpot()},
-                {"allowTrack", a.GetAllowTrack()},
-                {"sendGeofence", a.GetSendGeofence()},
-                {"sendSOS", a.GetSendSOS()},
-                {"wardenWarnings", a.GetWardenWarnings()},
-                {"uploadBytes", entry->GetNumUploadBytes()},
+                {"nickname", warden::Utf8(entry->GetNick())},
+                {"last_name", warden::Utf8(entry->GetLastName())},
+                {"voice_number", warden::Utf8(entry->GetVoiceNumber())},
+                {"allow_voice", a.GetAllowVoice()},
+                {"allow_spot", a.GetAllowSpot()},
+                {"allow_track", a.GetAllowTrack()},
+                {"send_geofence", a.GetSendGeofence()},
+                {"send_sos", a.GetSendSOS()},
+                {"warden_warnings", a.GetWardenWarnings()},
+                {"upload_bytes", entry->GetNumUploadBytes()},
             };
-            std::cout << row.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+            warden::PrintRecord(row, std::cout);
         }
         return;
     }
     std::printf("%-16s  %-16s  %-20s  %-6s  %s\n", "id", "nickname", "voice number", "rights",
                 "last name");
     while (book.GetNext(entry))
-        std::printf("%-16s  %-16s  %-20s  %-6s  %s\n",
+        std::printf("%-16s  %s  %-20s  %-6s  %s\n",
                     static_cast<const char*>(entry->GetID().GetFormattedString()),
-                    static_cast<const char*>(entry->GetNick()),
-                    static_cast<const char*>(entry->GetVoiceNumber()),
+                    warden::PadRight(warden::Utf8(entry->GetNick()), 16).c_str(),
+                    warden::Utf8(entry->GetVoiceNumber()).c_str(),
                     PermissionLetters(entry->GetAttributes()).c_str(),
-                    static_cast<const char*>(entry->GetLastName()));
+                    warden::Utf8(entry->GetLastName()).c_str());
     std::printf("%d entries, %d bytes to upload (rights: V voice, S spot, T track, G geofence, "
                 "O SOS, W warden warnings)\n",
                 book.GetNumEntries(), book.GetNumUploadBytes());
 }
 
-void Import(const std::string& source, const std::string& bookPath, unsigned long highPart)
+// Permission letters as the list shows them (VSTGOW); "-" for none.
+CPhonebookEntryAttributes ParseRights(const std::string& letters)
 {
+    if (letters.find_first_not_of("VSTGOWvstgow-") != std::string::npos)
+        throw warden::Failure("--rights takes the letters V S T G O W (or - for none), not '" +
+                                  letters + "'",
+                              warden::kExitUsage);
+    const auto has = [&letters](char c)
+    {
+        return letters.find(c) != std::string::npos ||
+               letters.find(static_cast<char>(c + 'a' - 'A')) != std::string::npos;
+    };
+    CPhonebookEntryAttributes rights;
+    rights.SetAttributes(has('V'), has('S'), has('T'), has('G'), has('O'), has('W'));
+    return rights;
+}
+
+// Phone exports are read leniently by the tool itself (see PhoneVCardReader.h); the book stays
+// in the device's form. The exit status is 2 when some cards were skipped.
+void Import(const std::string& source, const std::string& bookPath, unsigned long highPart,
+            const std::string& rights)
+{
+    const std::optional<CPhonebookEntryAttributes> forced =
+        rights.empty() ? std::nullopt : std::optional(ParseRights(rights));
+    const std::vector<warden::PhoneCard> cards = warden::ReadPhoneCards(ReadWhole(source));
+    if (cards.empty())
+        throw warden::Failure(source + " holds no vCard; nothing imported");
     CMasterPhonebook book;
-    if (std::filesystem::exists(bookPath))
+    std::error_code error;
+    if (std::filesystem::exists(bookPath, error))
         LoadBook(book, bookPath);
     book.SetHighPart(highPart);
 
-    CStdioFile file;
-    OpenForReading(file, source);
     int added = 0;
     int skipped = 0;
-    for (CVCard card; card.ReadFromTextFile(file); card = CVCard())
+    for (const warden::PhoneCard& card : cards)
     {
-        const CString nick = card.GetNickName();
-        const CString number = card.GetVoiceNumber();
-        std::vector<std::string> problems = LimitProblems(nick, number);
+        const CString nick = card.nickname.c_str();
+        const CString number = card.number.c_str();
+        std::vector<std::string> problems;
+        if (!card.problem.empty())
+            problems.push_back(card.problem);
+        else if (card.number.empty())
+            problems.push_back("no voice number");
+        else if (card.nickname.empty())
+            problems.push_back("no name (NICKNAME, FN or N)");
+        else
+            problems = LimitProblems(nick, number);
         if (problems.empty() && book.FindEntryByVoiceNumber(number, Cint64()) != Cint64())
             problems.push_back("number is already in the book");
         if (problems.empty() && book.FindEntryByNick(nick, Cint64()) != Cint64())
@@ -166,21 +197,27 @@ void Import(const std::string& source, const std::string& bookPath, unsigned lon
         if (!problems.empty())
         {
             ++skipped;
-            std::cerr << "skipped card '" << Text(card.GetUID()) << "' (" << Text(nick)
-                      << "): " << problems.front() << '\n';
+            std::cerr << "skipped '" << warden::Utf8(card.label) << "': " << problems.front()
+                      << '\n';
             continue;
         }
-        // A card keeps its id when the id is usable and free; otherwise the book issues one.
-        const Cint64 id = CMasterPhonebook::ConvertHexString2ID(card.GetUID());
+        const CPhonebookEntryAttributes attributes =
+            forced.value_or(card.attributes.value_or(CPhonebookEntryAttributes()));
+        // Only a card in the device's form carries a device id; a phone's UID is its own.
+        const Cint64 id =
+            card.attributes ? CMasterPhonebook::ConvertHexString2ID(card.uid.c_str()) : Cint64();
         if (id != Cint64() && book.GetEntry(id) == nullptr)
-            book.AddEntry(id, nick, number, card.GetFormattedName(), card.GetAttributes());
+            book.AddEntry(id, nick, number, card.formattedName.c_str(), attributes);
         else
-            book.AddEntry(nick, number, card.GetFormattedName(), card.GetAttributes());
+            book.AddEntry(nick, number, card.formattedName.c_str(), attributes);
         ++added;
     }
-    SaveBook(book, bookPath);
+    if (added > 0)
+        SaveBook(book, bookPath);
     std::printf("%d card(s) added, %d skipped; the book now holds %d entries\n", added, skipped,
                 book.GetNumEntries());
+    if (skipped > 0)
+        warden::SetExitCode(warden::kExitPartial);
 }
 
 void Export(const std::string& bookPath, const std::string& destination)
@@ -194,13 +231,16 @@ void Export(const std::string& bookPath, const std::string& destination)
 
 void Check(const std::string& nick, const std::string& number)
 {
-    const auto problems = LimitProblems(nick.c_str(), number.c_str());
+    // Arguments arrive as UTF-8; the device counts code page 1252 characters.
+    const CString nickText = warden::Ansi(nick);
+    const CString numberText = warden::Ansi(number);
+    const auto problems = LimitProblems(nickText, numberText);
     if (problems.empty())
     {
         std::printf("fits the device: nickname '%s', number '%s' (dialled as %s), %d bytes\n",
                     nick.c_str(), number.c_str(),
-                    static_cast<const char*>(CPhonebookEntry::Normalize(number.c_str())),
-                    CPhonebookEntry::GetNumUploadBytes(nick.c_str(), number.c_str()));
+                    static_cast<const char*>(CPhonebookEntry::Normalize(numberText)),
+                    CPhonebookEntry::GetNumUploadBytes(nickText, numberText));
         return;
     }
     for (const auto& problem : problems)
@@ -223,33 +263,44 @@ void Setup(CLI::App& app)
     list->add_flag("--json", json, "One JSON object per entry");
     list->callback([] { List(listPath, json); });
 
-    auto* import = phonebook->add_subcommand(
+    auto* importCommand = phonebook->add_subcommand(
         "import", "Add the cards of a vCard file to a book, skipping those a device would refuse");
     static std::string source;
     static std::string importBook;
     static unsigned long highPart = 0;
-    import->add_option("CARDS", source, "vCard file to read")->required();
-    import->add_option("BOOK", importBook, "The book to add to (created when missing)")->required();
-    import->add_option("--high-part", highPart, "Upper 32 bits of the ids the book issues");
-    import->callback([] { Import(source, importBook, highPart);
-});
+    static std::string rights;
+    importCommand->add_option("CARDS", source, "vCard file to read")->required();
+    importCommand->add_option("BOOK", importBook, "The book to add to (created when missing)")
+        ->required();
+    importCommand->add_option("--high-part", highPart, "Upper 32 bits of the ids the book issues");
+    importCommand->add_option("--rights", rights,
+                              "Permissions of every imported entry as letters: V voice, S spot, "
+                              "T track, G geofence, O SOS, W warden warnings, - none (default: the "
+                              "card's own in device form, else voice only)");
+    importCommand->footer(
+        "Reads phone and address-book exports (vCard 2.1): the nickname is NICKNAME, "
+        "else FN, else N; the number the best TEL (mobile, preferred, voice). Each "
+        "skipped card is named with its reason on standard error; exit status 2 when "
+        "any was skipped.\n"
+        "Example: warden phonebook import contacts.vcf book.vcf --rights VSG");
+    importCommand->callback([] { Import(source, importBook, highPart, rights); });
 
-auto* exportCommand = phonebook->add_subcommand(
-    "export", "Write a book as the vCard file that is uploaded to a device");
-static std::string exportBook;
-static std::string destination;
-exportCommand->add_option("BOOK", exportBook, "The book's vCard file")->required();
-exportCommand->add_option("OUT", destination, "Destination file, or - for standard output")
-    ->required();
-exportCommand->callback([] { Export(exportBook, destination); });
+    auto* exportCommand = phonebook->add_subcommand(
+        "export", "Write a book as the vCard file that is uploaded to a device");
+    static std::string exportBook;
+    static std::string destination;
+    exportCommand->add_option("BOOK", exportBook, "The book's vCard file")->required();
+    exportCommand->add_option("OUT", destination, "Destination file, or - for standard output")
+        ->required();
+    exportCommand->callback([] { Export(exportBook, destination); });
 
-auto* check = phonebook->add_subcommand(
-    "check", "Tell which device limits a nickname and voice number break (exit 1 if any)");
-static std::string nick;
-static std::string number;
-check->add_option("NICK", nick, "Nickname")->required();
-check->add_option("NUMBER", number, "Voice number")->required();
-check->callback([] { Check(nick, number); });
+    auto* check = phonebook->add_subcommand(
+        "check", "Tell which device limits a nickname and voice number break (exit 1 if any)");
+    static std::string nick;
+    static std::string number;
+    check->add_option("NICK", nick, "Nickname")->required();
+    check->add_option("NUMBER", number, "Voice number")->required();
+    check->callback([] { Check(nick, number); });
 } // namespace
 
 const warden::Registration registration{"phonebook", 60, Setup};

@@ -1,12 +1,13 @@
 // warden places: the user places of a UserPlaces.dat file, as a table or as JSON lines.
 #include "Command.h"
+#include "Json.h"
 #include "OutputFile.h"
 #include "PlacesExport.h"
+#include "Text.h"
 
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
-#include <nlohmann/json.hpp>
 #include <shared/foundation/CLog.h>
 #include <shared/places/CUserPlaceCollection.h>
 #include <shared/platform/HostHooks.h>
@@ -47,7 +48,7 @@ std::string DayLetters(const CUserPlace& place)
     return text;
 }
 
-nlohmann::json DaysJson(const CUserPlace& place)
+warden::Json DaysJson(const CUserPlace& place)
 {
     return {
         {"sunday", place.GetGeofenceDoSunday()},     {"monday", place.GetGeofenceDoMonday()},
@@ -65,25 +66,25 @@ void List(const std::string& path, bool json)
     {
         while (CUserPlace* place = places.GetNext())
         {
-            const nlohmann::json row = {
+            const warden::Json row = {
                 {"id", Text(place->GetItemId().GetFormattedString())},
-                {"mapLabel", Text(place->GetMapLabelText())},
-                {"reportLabel", Text(place->GetReportLabelText())},
+                {"map_label", warden::Utf8(place->GetMapLabelText())},
+                {"report_label", warden::Utf8(place->GetReportLabelText())},
                 {"latitude", place->GetLatitude()},
                 {"longitude", place->GetLongitude()},
-                {"symbolId", place->GetSymbolId()},
-                {"useAsAddress", place->GetUseAsAddress()},
-                {"useAsGeofence", place->GetUseAsGeofence()},
-                {"addressRadius", place->GetAddressRadius()},
-                {"geofenceRadius", place->GetGeofenceRadius()},
-                {"geofenceType", Text(place->GetGeofenceTypeString())},
-                {"geofenceTypeValue", place->GetGeofenceEnterLeave()},
-                {"windowStart", TimeOfDay(place->GetGeofenceStartTime())},
-                {"windowEnd", TimeOfDay(place->GetGeofenceEndTime())},
+                {"symbol_id", place->GetSymbolId()},
+                {"use_as_address", place->GetUseAsAddress()},
+                {"use_as_geofence", place->GetUseAsGeofence()},
+                {"address_radius", place->GetAddressRadius()},
+                {"geofence_radius", place->GetGeofenceRadius()},
+                {"geofence_type", Text(place->GetGeofenceTypeString())},
+                {"geofence_type_value", place->GetGeofenceEnterLeave()},
+                {"window_start", TimeOfDay(place->GetGeofenceStartTime())},
+                {"window_end", TimeOfDay(place->GetGeofenceEndTime())},
                 {"days", DaysJson(*place)},
                 {"threshold", place->GetGeofenceThreshold()},
             };
-            std::cout << row.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+            warden::PrintRecord(row, std::cout);
         }
         return;
     }
@@ -95,11 +96,12 @@ void List(const std::string& path, bool json)
         const std::string window =
             TimeOfDay(place->GetGeofenceStartTime()) + "-" + TimeOfDay(place->GetGeofenceEndTime());
         const CString type = place->GetGeofenceTypeString();
-        std::printf("%-16s  %-20s  %-24s  %10.6f  %11.6f  %6ld  %6ld  %-5s  %-11s  %-7s\n",
+        std::printf("%-16s  %s  %s  %10.6f  %11.6f  %6ld  %6ld  %-5s  %-11s  %-7s\n",
                     static_cast<const char*>(place->GetItemId().GetFormattedString()),
-                    static_cast<const char*>(place->GetMapLabelText()),
-                    static_cast<const char*>(place->GetReportLabelText()), place->GetLatitude(),
-                    place->GetLongitude(), place->GetAddressRadius(), place->GetGeofenceRadius(),
+                    warden::PadRight(warden::Utf8(place->GetMapLabelText()), 20).c_str(),
+                    warden::PadRight(warden::Utf8(place->GetReportLabelText()), 24).c_str(),
+                    place->GetLatitude(), place->GetLongitude(), place->GetAddressRadius(),
+                    place->GetGeofenceRadius(),
                     type.IsEmpty() ? "?" : static_cast<const char*>(type), window.c_str(),
                     DayLetters(*place).c_str());
     }
@@ -130,7 +132,7 @@ void Setup(CLI::App& app)
         ->add_option("--export", format,
                      "Write a map layer instead of the list: geojson or kml (a point per "
                      "place, address and geofence circles as polygons)")
-        ->check(CLI::IsMember({"geojson", "kml"}, CLI::ignore_case));
+        ->check(CLI::IsMember({"geojson", "kml"}));
     command->add_option("-o,--output", output, "Where --export writes, - for standard output")
         ->capture_default_str();
     command->footer("Example: warden places UserPlaces.dat --export kml -o places.kml");

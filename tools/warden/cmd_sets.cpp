@@ -1,11 +1,12 @@
 // warden sets: the sets of a set-collection file (geofence or phonebook sets) and their members,
 // as a table or as JSON lines.
 #include "Command.h"
+#include "Json.h"
+#include "Text.h"
 
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
-#include <nlohmann/json.hpp>
 #include <shared/places/CSetCollection.h>
 #include <string>
 
@@ -37,15 +38,15 @@ void List(const std::string& path, bool json)
     {
         while (CSet* set = sets.GetNext())
         {
-            nlohmann::json members = nlohmann::json::array();
+            warden::Json members = warden::Json::array();
             set->GotoStart();
             for (int i = set->GetNumberOfItems(); i > 0; --i)
                 members.push_back(Text(set->GetNext().GetFormattedString()));
-            const nlohmann::json row = {{"id", Text(set->GetSetId().GetFormattedString())},
-                                        {"name", Text(set->GetSetName())},
-                                        {"lastUpdated", Stamp(set->GetLastUpdatedTime())},
-                                        {"members", members}};
-            std::cout << row.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+            const warden::Json row = {{"id", Text(set->GetSetId().GetFormattedString())},
+                                      {"name", warden::Utf8(set->GetSetName())},
+                                      {"last_updated", warden::UtcTime(set->GetLastUpdatedTime())},
+                                      {"members", members}};
+            warden::PrintRecord(row, std::cout);
         }
         return;
     }
@@ -55,7 +56,7 @@ void List(const std::string& path, bool json)
     {
         std::printf("%s  %-24s  %3d member(s), updated %s UTC\n",
                     static_cast<const char*>(set->GetSetId().GetFormattedString()),
-                    static_cast<const char*>(set->GetSetName()), set->GetNumberOfItems(),
+                    warden::Utf8(set->GetSetName()).c_str(), set->GetNumberOfItems(),
                     Stamp(set->GetLastUpdatedTime()).c_str());
         set->GotoStart();
         for (int i = set->GetNumberOfItems(); i > 0; --i)

@@ -3,37 +3,11 @@
 #include "OutputFile.h"
 #include "TrackExport.h"
 
-#include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <map>
 #include <sstream>
 #include <string>
 #include <vector>
-
-namespace warden
-{
-
-// Reads one log per path; a file in which not one line is a device sentence is almost certainly
-// the wrong file, so it is an error rather than an empty track.
-std::vector<Track> ReadTracks(const std::vector<std::string>& paths)
-{
-    std::vector<Track> tracks;
-    for (const std::string& path : paths)
-    {
-        std::ifstream log(path, std::ios::binary);
-        std::error_code error;
-        if (!log || std::filesystem::is_directory(path, error))
-            throw Failure("cannot read " + path);
-        Track track = DecodeTrack(log, std::filesystem::path(path).stem().string());
-        if (track.sentences == 0)
-            throw Failure(path + " is not a device log (no line is a valid sentence)");
-        tracks.push_back(std::move(track));
-    }
-    return tracks;
-}
-
-} // namespace warden
 
 namespace
 {
@@ -42,19 +16,14 @@ void Setup(CLI::App& app)
 {
     static std::vector<std::string> paths;
     static std::string output = "-";
-    static warden::TrackFormat format = warden::TrackFormat::Gpx;
+    static std::string format = "gpx";
     auto* command = app.add_subcommand(
         "track", "Export the fixes of device logs as a track: GPX 1.1, GeoJSON, KML or CSV");
     command->add_option("FILE", paths, "Device logs (one track each)")
         ->required()
         ->check(CLI::ExistingFile);
-    const std::map<std::string, warden::TrackFormat> formats = {
-        {"gpx", warden::TrackFormat::Gpx},
-        {"geojson", warden::TrackFormat::GeoJson},
-        {"kml", warden::TrackFormat::Kml},
-        {"csv", warden::TrackFormat::Csv}};
     command->add_option("-f,--format", format, "gpx (default), geojson, kml or csv")
-        ->transform(CLI::CheckedTransformer(formats, CLI::ignore_case));
+        ->check(CLI::IsMember({"gpx", "geojson", "kml", "csv"}));
     command
         ->add_option("-o,--output", output, "Output file (replaced whole), - for standard output")
         ->capture_default_str();
@@ -66,7 +35,12 @@ void Setup(CLI::App& app)
         {
             const std::vector<warden::Track> tracks = warden::ReadTracks(paths);
             std::ostringstream text;
-            warden::WriteTracks(text, tracks, format);
+            const std::map<std::string, warden::TrackFormat> formats = {
+                {"gpx", warden::TrackFormat::Gpx},
+                {"geojson", warden::TrackFormat::GeoJson},
+                {"kml", warden::TrackFormat::Kml},
+                {"csv", warden::TrackFormat::Csv}};
+            warden::WriteTracks(text, tracks, formats.at(format));
             warden::WriteOutput(output, text.str());
             for (const warden::Track& track : tracks)
                 std::cerr << track.name << ": " << track.points.size() << " points from "
