@@ -22,6 +22,21 @@ function(shared_platform_sources sources_var folder)
     set(${sources_var} ${sources} PARENT_SCOPE)
 endfunction()
 
+# Test sources that test POSIX mechanisms the Windows build does not have (the file-backed
+# registry, termios, pipes); their Windows counterparts are tested in tests/windows.
+set(SHARED_POSIX_ONLY_TESTS platform/RegistryStoreTest.cpp)
+
+function(shared_windows_test_sources sources_var folder)
+    if(NOT WIN32)
+        return()
+    endif()
+    set(sources ${${sources_var}})
+    foreach(test IN LISTS SHARED_POSIX_ONLY_TESTS)
+        list(REMOVE_ITEM sources ${PROJECT_SOURCE_DIR}/tests/${test})
+    endforeach()
+    set(${sources_var} ${sources} PARENT_SCOPE)
+endfunction()
+
 if(NOT WIN32)
     return()
 endif()
@@ -89,18 +104,3 @@ if(CMAKE_CROSSCOMPILING)
         set(${package}_DIR ${host_headers}/${package} CACHE PATH "" FORCE)
     endforeach()
 endif()
-
-# Test sources that test POSIX mechanisms the Windows build does not have (the file-backed
-# registry, termios, pipes); their Windows counterparts are tested in tests/windows.
-set(SHARED_POSIX_ONLY_TESTS platform/RegistryStoreTest.cpp)
-
-function(shared_windows_test_sources sources_var folder)
-    if(NOT WIN32)
-        return()
-    endif()
-    set(sources ${${sources_var}})
-    foreach(test IN LISTS SHARED_POSIX_ONLY_TESTS)
-        list(REMOVE_ITEM sources ${PROJECT_SOURCE_DIR}/tests/${test})
-    endforeach()
-    set(${sources_var} ${sources} PARENT_SCOPE)
-endfunction()

@@ -7,7 +7,8 @@ set -euo pipefail
 build=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev)
 tests=(googletest libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-14-dev clang-format
        lrzsz socat python3 python3-vobject proj-bin geographiclib-tools
-       binutils-mingw-w64-x86-64 binutils-mingw-w64-i686)
+       binutils-mingw-w64-x86-64 binutils-mingw-w64-i686
+       g++-mingw-w64-x86-64-posix wine64 wine)
 
 wanted=("${build[@]}")
 [ "${1:-}" = "--tool" ] || wanted+=("${tests[@]}")
