@@ -4,6 +4,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iterator>
+#include <shared/platform/HostHooks.h>
 #include <shared/platform/TimeZoneRules.h>
 #include <shared/platform/UserName.h>
 #include <shared/platform/VersionResource.h>
@@ -92,6 +93,49 @@ TEST(WindowsZone, RulesFollowTheSystemZone)
         EXPECT_EQ(a->daylightStart, e->daylightStart) << year;
         EXPECT_EQ(a->daylightEnd, e->daylightEnd) << year;
     }
+}
+
+} // namespace
+
+namespace
+{
+
+struct Received
+{
+    UINT message = 0;
+    WPARAM wParam = 0;
+};
+Received g_received;
+
+LRESULT CALLBACK RecordingProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+{
+    if (message >= WM_APP)
+        g_received = {message, wParam};
+    return ::DefWindowProcA(window, message, wParam, lParam);
+}
+
+// Without a hook, place messages reach the named window synchronously, while the place they
+// point at still exists.
+TEST(WindowsHost, MessagesReachTheMainWindowDuringTheCall)
+{
+    WNDCLASSA windowClass{};
+    windowClass.lpfnWndProc = RecordingProc;
+    windowClass.hInstance = ::GetModuleHandleA(nullptr);
+    windowClass.lpszClassName = "SharedTestMainWindow";
+    ASSERT_NE(::RegisterClassA(&windowClass), 0);
+    HWND window = ::CreateWindowA("SharedTestMainWindow", "", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr,
+                                  windowClass.hInstance, nullptr);
+    ASSERT_NE(window, nullptr);
+
+    EXPECT_FALSE(platform::SendToMainWindow(platform::kCreatePlaceSymbolMessage, 1, 0));
+    platform::SetMainWindowHandle(window);
+    int place = 0;
+    EXPECT_TRUE(platform::SendToMainWindow(platform::kCreatePlaceSymbolMessage,
+                                           reinterpret_cast<std::uintptr_t>(&place), 0));
+    EXPECT_EQ(g_received.message, platform::kCreatePlaceSymbolMessage);
+    EXPECT_EQ(g_received.wParam, reinterpret_cast<WPARAM>(&place));
+    platform::SetMainWindowHandle(nullptr);
+    ::DestroyWindow(window);
 }
 
 } // namespace
