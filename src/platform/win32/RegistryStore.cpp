@@ -14,9 +14,6 @@ namespace shared::platform
 namespace
 {
 
-std::mutex g_rootMutex;
-std::optional<fs::path> g_rootOverride;
-
 // An open key, closed when it goes out of scope. A predefined key is never closed.
 class Key
 {
@@ -87,16 +84,33 @@ RegistryStore RegistryStore::Default()
     return RegistryStore(DefaultRoot());
 }
 
+namespace
+{
+// Kept only so that a root set by SetDefaultRoot reads back; the registry itself has no folder.
+struct RootOverride
+{
+    std::mutex lock;
+    std::optional<fs::path> root;
+};
+RootOverride& TheRootOverride()
+{
+    static RootOverride instance;
+    return instance;
+}
+} // namespace
+
 fs::path RegistryStore::DefaultRoot()
 {
-    std::lock_guard lock(g_rootMutex);
-    return g_rootOverride.value_or(fs::path());
+    RootOverride& override = TheRootOverride();
+    std::lock_guard guard(override.lock);
+    return override.root ? *override.root : fs::path();
 }
 
 void RegistryStore::SetDefaultRoot(std::optional<fs::path> root)
 {
-    std::lock_guard lock(g_rootMutex);
-    g_rootOverride = std::move(root);
+    RootOverride& override = TheRootOverride();
+    std::lock_guard guard(override.lock);
+    override.root = std::move(root);
 }
 
 unsigned long RegistryStore::OpenKey(HKEY root, std::string_view subKey) const
