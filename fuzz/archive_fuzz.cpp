@@ -49,7 +49,11 @@ public:
             CObject* read = ar.ReadObject(RUNTIME_CLASS(CFuzzPoint));
             if (read != nullptr)
             {
-                m_total += static_cast<CFuzzPoint*>(read)->m_x;
+                // Summed with wrap-around: the values are arbitrary and only keep the read
+                // from being optimised away.
+                m_total =
+                    static_cast<LONG>(static_cast<uint32_t>(m_total) +
+                                      static_cast<uint32_t>(static_cast<CFuzzPoint*>(read)->m_x));
                 ar.UnmapObject(read);
                 delete read;
             }

@@ -13,21 +13,21 @@ fuzz_seconds=${FUZZ_SECONDS:-15}
 step() { printf '\n== %s ==\n' "$*"; }
 
 step "release build"
-cmake -S . -B build/release -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+cmake -S . -B build/release -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DSHARED_WERROR=ON >/dev/null
 cmake --build build/release -j"$jobs"
 
 step "address and undefined-behaviour sanitizers"
-cmake -S . -B build/asan -G Ninja -DCMAKE_BUILD_TYPE=Debug -DSHARED_SANITIZE=address,undefined \
+cmake -S . -B build/asan -G Ninja -DCMAKE_BUILD_TYPE=Debug -DSHARED_SANITIZE=address,undefined -DSHARED_WERROR=ON \
       -DSHARED_BUILD_BENCH=OFF >/dev/null
 cmake --build build/asan -j"$jobs"
 ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
     ctest --test-dir build/asan -j"$jobs" --output-on-failure --no-tests=error
 
 step "thread sanitizer (threaded code)"
-cmake -S . -B build/tsan -G Ninja -DCMAKE_BUILD_TYPE=Debug -DSHARED_SANITIZE=thread \
-      -DSHARED_BUILD_BENCH=OFF -DSHARED_BUILD_TOOLS=OFF "-DSHARED_TEST_FOLDERS=comms;time" >/dev/null
+cmake -S . -B build/tsan -G Ninja -DCMAKE_BUILD_TYPE=Debug -DSHARED_SANITIZE=thread -DSHARED_WERROR=ON \
+      -DSHARED_BUILD_BENCH=OFF -DSHARED_BUILD_TOOLS=OFF "-DSHARED_TEST_FOLDERS=comms;time;positioning" >/dev/null
 threaded=()
-for folder in comms time; do
+for folder in comms time positioning; do
     ls tests/$folder/*Test.cpp >/dev/null 2>&1 && threaded+=("test_$folder")
 done
 if [ ${#threaded[@]} -gt 0 ]; then
@@ -37,7 +37,7 @@ fi
 
 if [ "$fuzz_seconds" != 0 ] && ls fuzz/*_fuzz.cpp >/dev/null 2>&1; then
     step "fuzzing, ${fuzz_seconds}s per target"
-    CXX=clang++ cmake -S . -B build/fuzz -G Ninja -DCMAKE_BUILD_TYPE=Debug -DSHARED_FUZZ=ON \
+    CXX=clang++ cmake -S . -B build/fuzz -G Ninja -DCMAKE_BUILD_TYPE=Debug -DSHARED_FUZZ=ON -DSHARED_WERROR=ON \
         -DSHARED_BUILD_TESTS=OFF -DSHARED_BUILD_BENCH=OFF -DSHARED_BUILD_TOOLS=OFF >/dev/null
     cmake --build build/fuzz -j"$jobs"
     for target in build/fuzz/fuzz/fuzz_*; do

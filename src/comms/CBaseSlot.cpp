@@ -32,10 +32,13 @@ CBaseSlot::~CBaseSlot()
 
 void CBaseSlot::BeginDestroy()
 {
-    // The flag is set before the count is read, and Enter raises the count before reading the
-    // flag; both go through the count's lock, so either the call sees the flag or we see it.
+    // The flag is set before the guards are read, and Enter raises a guard before reading the
+    // flag; all of these are sequentially consistent, so either the call sees the flag or we see
+    // its guard. A skip-if-busy call is counted by the busy flag alone: one atomic step fewer
+    // per slot and emission than raising the count as well.
     m_bDestroying.store(true);
     m_calls.WaitUntil(0);
+    m_busy.WaitUntil(0);
 }
 
 bool CBaseSlot::Busy(bool enter)
@@ -51,15 +54,23 @@ bool CBaseSlot::Busy(bool enter)
 
 bool CBaseSlot::Enter(E_SigSlotReentrancyMode& mode)
 {
+    mode = m_eMode.load();
+    if (mode == SSRM_SKIP_IF_BUSY)
+    {
+        // Whoever finds the flag set passes by; whoever finds it clear sets it.
+        if (m_busy.CmpSet(0, 1) != 0)
+        {
+            return true;
+        }
+        if (m_bDestroying.load())
+        {
+            m_busy.Set(0);
+            return true;
+        }
+        return false;
+    }
     m_calls.Inc();
     if (m_bDestroying.load())
-    {
-        m_calls.Dec();
-        return true;
-    }
-    mode = m_eMode.load();
-    // Skip-if-busy: whoever finds the flag set passes by; whoever finds it clear sets it.
-    if (mode == SSRM_SKIP_IF_BUSY && m_busy.CmpSet(0, 1) != 0)
     {
         m_calls.Dec();
         return true;
@@ -86,13 +97,14 @@ bool CBaseSlot::Admit(E_SigSlotReentrancyMode mode)
 
 void CBaseSlot::Leave(E_SigSlotReentrancyMode mode)
 {
+    if (mode == SSRM_SKIP_IF_BUSY)
+    {
+        m_busy.Set(0);
+        return;
+    }
     if (mode == SSRM_SERIALIZE)
     {
         m_callMutex.Unlock();
-    }
-    else if (mode == SSRM_SKIP_IF_BUSY)
-    {
-        m_busy.CmpSet(1, 0);
     }
     m_calls.Dec();
 }

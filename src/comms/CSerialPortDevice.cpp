@@ -1,9 +1,7 @@
-#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <new>
-#include <poll.h>
 #include <shared/comms/CSerialPortDevice.h>
 #include <shared/platform/SerialPortPath.h>
 #include <shared/platform/SystemError.h>
@@ -33,7 +31,11 @@ constexpr unsigned long kLineEvents = 0x178;
 // own buffer overflow is added because it loses data just the same.
 constexpr unsigned long kLineStatusErrors = 0x1 | 0x2 | 0x4 | 0x8;
 
-constexpr std::size_t kReadChunk = 1024;
+// Reads go straight from the driver into the FIFO in pieces this large: at full pseudo-terminal
+// speed smaller pieces cost more in system calls than the FIFO can afford.
+constexpr std::size_t kReadChunk = 16 * 1024;
+// How often a receive thread that holds input back looks whether the reader made room.
+constexpr int kHeldInputPollMs = 1;
 
 // Linux has no notification of modem-line changes that poll() can wait for: TIOCMIWAIT blocks
 // a thread and only a signal handler can interrupt it, which a library has no business
@@ -157,7 +159,8 @@ unsigned long CSerialPortDevice::Open(int port, EBaudrate baudrate, EDataBits da
     }
     catch (std::bad_alloc const&)
     {
-        return FailOpen("Unable to set I/O buffer sizes", winerror::kNotEnoughMemory);
+        // Not the queue-size message of the next step: that one blames the driver.
+        return FailOpen("Unable to allocate the receive buffer", winerror::kNotEnoughMemory);
     }
     // The driver's queue sizes (bufferSize, at least 16, when it is not 0) and its timeouts
     // (return at once with what is there) have no settable counterpart here: the kernel's tty
@@ -193,11 +196,11 @@ unsigned long CSerialPortDevice::Open(int port, EBaudrate baudrate, EDataBits da
     {
         return FailOpen("Unable to create event", code);
     }
-    StartReceiveThread();
-    if (!m_receiveThread.joinable())
+    m_bLineLost = false;
+    if (unsigned long const code = StartReceiveThread(); code != 0)
     {
-        Close();
-        return winerror::kNotEnoughMemory;
+        Close(); // StartReceiveThread has reported
+        return code;
     }
     m_bOpen = true;
     s_sigPortOpen.Send(port, true);
@@ -233,11 +236,11 @@ void CSerialPortDevice::Close()
     m_nPort = 0;
 }
 
-void CSerialPortDevice::StartReceiveThread()
+unsigned long CSerialPortDevice::StartReceiveThread()
 {
     if (m_receiveThread.joinable())
     {
-        return;
+        return 0;
     }
     m_bStop = false;
     try
@@ -246,9 +249,11 @@ void CSerialPortDevice::StartReceiveThread()
     }
     catch (std::system_error const& e)
     {
-        Report("StartReceiveThread", "Unable to start receive thread",
-               shared::platform::WinErrorFromErrno(e.code().value()));
+        unsigned long const code = shared::platform::WinErrorFromErrno(e.code().value());
+        Report("StartReceiveThread", "Unable to start receive thread", code);
+        return code;
     }
+    return 0;
 }
 
 void CSerialPortDevice::StopReceiveThread(unsigned long /*timeoutMs*/)
@@ -348,26 +353,20 @@ void CSerialPortDevice::ReceiveThreadProc()
     {
         unsigned long const mask = m_dwEventMask.load();
         bool const watchLines = (counters || modemStatus) && lineAlive && (mask & kLineEvents) != 0;
-        bool const readData = lineAlive && (mask & EVENT_RXCHAR) != 0;
-        pollfd fds[2] = {{m_wake.GetDescriptor(), POLLIN, 0},
-                         {readData ? m_line.GetDescriptor() : -1, POLLIN, 0}};
-        int const ready = ::poll(fds, 2, watchLines ? kLineWatchMs : -1);
-        if (ready < 0)
+        bool const heldBack = lineAlive && ReadRoom() == 0;
+        bool const readData = lineAlive && !heldBack && (mask & EVENT_RXCHAR) != 0;
+        unsigned waitEvents = 0;
+        unsigned long const waitError = m_line.Wait(m_wake, readData,
+                                                    heldBack     ? kHeldInputPollMs
+                                                    : watchLines ? kLineWatchMs
+                                                                 : INFINITE_TIMEOUT,
+                                                    waitEvents);
+        if (waitError != 0)
         {
-            int const err = errno;
-            if (err == EINTR)
-            {
-                continue;
-            }
-            Report("ReceiveThreadProc", "Error waiting for I/O completion",
-                   shared::platform::WinErrorFromErrno(err));
-            // poll() fails only for reasons that persist; do not flood the error signal.
+            Report("ReceiveThreadProc", "Error waiting for I/O completion", waitError);
+            // Such a wait fails only for reasons that persist; do not flood the error signal.
             std::this_thread::sleep_for(std::chrono::milliseconds(100));
             continue;
-        }
-        if (fds[0].revents != 0)
-        {
-            m_wake.Drain();
         }
         if (m_bStop.load())
         {
@@ -381,7 +380,7 @@ void CSerialPortDevice::ReceiveThreadProc()
 
         unsigned long events = 0;
         unsigned long errors = 0;
-        if (fds[1].revents != 0)
+        if ((waitEvents & shared::platform::kSerialReadable) != 0)
         {
             lineAlive = ReadAvailable(!counters, events, errors);
         }
@@ -439,14 +438,32 @@ void CSerialPortDevice::ReceiveThreadProc()
     ReleasePortToWriteThread(RELEASE_FINAL);
 }
 
+unsigned long CSerialPortDevice::ReadRoom() const
+{
+    if (!m_bHoldInput.load())
+    {
+        return kReadChunk;
+    }
+    unsigned long const capacity = m_pFifo->GetSize() - 1;
+    unsigned long const held = m_pFifo->GetBytesReady();
+    unsigned long const room = held >= capacity ? 0 : capacity - held;
+    return room < kReadChunk ? room : kReadChunk;
+}
+
 bool CSerialPortDevice::ReadAvailable(bool useMarks, unsigned long& events, unsigned long& errors)
 {
     unsigned char buffer[kReadChunk];
     for (;;)
     {
+        // Held back, a read never takes more than fits, so what is left stays in the driver.
+        unsigned long const room = ReadRoom();
+        if (room == 0)
+        {
+            return true;
+        }
         SerialLineMarks marks;
         unsigned long error = 0;
-        long const count = m_line.Read(buffer, sizeof buffer, marks, error);
+        long const count = m_line.Read(buffer, room, marks, error);
         if (useMarks)
         {
             // Without the driver's counters the marks are all there is; a damaged byte is a
@@ -466,6 +483,7 @@ bool CSerialPortDevice::ReadAvailable(bool useMarks, unsigned long& events, unsi
         if (count < 0)
         {
             // A hung-up or failed line stays so: report it once and stop watching it.
+            m_bLineLost = true;
             Report("ReceiveThreadProc", "Unable to read serial data", error);
             return false;
         }
@@ -477,8 +495,10 @@ bool CSerialPortDevice::ReadAvailable(bool useMarks, unsigned long& events, unsi
                 m_sigLineError.Send(m_nPort.load(), LINE_OVERRUN);
             }
         }
-        if (count == 0 && marks.breaks == 0 && marks.errors == 0)
+        if (marks.breaks == 0 && marks.errors == 0 && static_cast<unsigned long>(count) < room)
         {
+            // A short read without marks drained the driver: the next poll says when more is
+            // there, which saves a read that would only answer "nothing".
             return true;
         }
     }
@@ -496,12 +516,18 @@ unsigned long CSerialPortDevice::Read(void* buffer, unsigned long count,
     {
         return 0;
     }
+    // Whatever is already there is taken in blocks; the timeouts apply only to bytes that are
+    // still to come, each one waited for by itself as the interface describes.
     auto* out = static_cast<unsigned char*>(buffer);
-    unsigned long taken = 0;
-    while (taken < count &&
-           m_pFifo->GetByte(out[taken], taken == 0 ? firstTimeoutMs : nextTimeoutMs))
+    unsigned long taken = m_pFifo->GetBytes(out, count, firstTimeoutMs);
+    while (taken != 0 && taken < count)
     {
-        ++taken;
+        unsigned long const more = m_pFifo->GetBytes(out + taken, count - taken, nextTimeoutMs);
+        if (more == 0)
+        {
+            break;
+        }
+        taken += more;
     }
     return taken;
 }

@@ -1,5 +1,4 @@
 #include <chrono>
-#include <mutex>
 #include <shared/comms/CSigSlotInterlock.h>
 #include <thread>
 
@@ -12,39 +11,10 @@ CSigSlotInterlock& CSigSlotInterlock::operator=(CSigSlotInterlock const& other)
     return *this;
 }
 
-long CSigSlotInterlock::Inc()
-{
-    std::lock_guard guard(m_lock);
-    return ++m_lValue;
-}
-
-long CSigSlotInterlock::Dec()
-{
-    std::lock_guard guard(m_lock);
-    return --m_lValue;
-}
-
-long CSigSlotInterlock::Get() const
-{
-    std::lock_guard guard(m_lock);
-    return m_lValue;
-}
-
-void CSigSlotInterlock::Set(long value)
-{
-    std::lock_guard guard(m_lock);
-    m_lValue = value;
-}
-
 long CSigSlotInterlock::CmpSet(long expected, long value)
 {
-    std::lock_guard guard(m_lock);
-    long const found = m_lValue;
-    if (found == expected)
-    {
-        m_lValue = value;
-    }
-    return found;
+    m_lValue.compare_exchange_strong(expected, value);
+    return expected; // on failure compare_exchange stored the value it found there
 }
 
 void CSigSlotInterlock::WaitUntil(long value) const

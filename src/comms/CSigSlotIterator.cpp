@@ -9,10 +9,28 @@ CSigSlotIterator::CSigSlotIterator(CSigSlotCollection& collection)
     collection.m_pIterators = this;
 }
 
+CSigSlotIterator::CSigSlotIterator(CSigSlotCollection& collection, KeepLocked)
+    : m_pCollection(&collection), m_pLock(collection.m_pLock)
+{
+    m_pLock->Lock();
+    m_pNext = collection.m_pIterators;
+    collection.m_pIterators = this;
+}
+
 CSigSlotIterator::~CSigSlotIterator()
 {
-    std::lock_guard guard(*m_pLock);
+    if (!m_bFinished)
+    {
+        std::lock_guard guard(*m_pLock);
+        Unlink();
+    }
+}
+
+void CSigSlotIterator::FinishLocked()
+{
     Unlink();
+    m_bFinished = true;
+    m_pLock->Unlock();
 }
 
 CSigSlotCollection* CSigSlotIterator::GetFirst(unsigned char* priority)
@@ -28,21 +46,12 @@ CSigSlotCollection* CSigSlotIterator::GetFirst(unsigned char* priority)
 CSigSlotCollection* CSigSlotIterator::GetNext(unsigned char* priority)
 {
     std::lock_guard guard(*m_pLock);
-    if (m_pCollection == nullptr || m_bAtEnd)
-    {
-        return nullptr;
-    }
-    m_pCurrent = m_pCurrent == nullptr ? m_pCollection->m_pFirst : m_pCurrent->GetNext();
-    if (m_pCurrent == nullptr)
-    {
-        m_bAtEnd = true;
-        return nullptr;
-    }
-    if (priority != nullptr)
+    CSigSlotCollection* const peer = StepLocked();
+    if (peer != nullptr && priority != nullptr)
     {
         *priority = m_pCurrent->GetPriority();
     }
-    return m_pCurrent->GetData();
+    return peer;
 }
 
 // Called with the collection's lock held.

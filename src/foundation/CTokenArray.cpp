@@ -31,11 +31,27 @@ public:
         if (Contains(c))
             return;
         if (m_count < 2)
-            m_few[m_count] = c;
+        {
+            m_few[m_count++] = c;
+            return;
+        }
+        // The table is filled only for larger sets: clearing it costs more than scanning a
+        // sentence with one or two characters.
+        if (m_count == 2)
+        {
+            std::memset(m_table, 0, sizeof m_table);
+            m_table[static_cast<unsigned char>(m_few[0])] = true;
+            m_table[static_cast<unsigned char>(m_few[1])] = true;
+        }
         ++m_count;
         m_table[static_cast<unsigned char>(c)] = true;
     }
-    bool Contains(char c) const { return m_table[static_cast<unsigned char>(c)]; }
+    bool Contains(char c) const
+    {
+        if (m_count > 2)
+            return m_table[static_cast<unsigned char>(c)];
+        return (m_count > 0 && c == m_few[0]) || (m_count > 1 && c == m_few[1]);
+    }
     // The first character from pos on that is in the set, or end.
     char const* FindFirst(char const* pos, char const* end) const
     {
@@ -61,7 +77,7 @@ public:
     }
 
 private:
-    bool m_table[256] = {};
+    bool m_table[256];
     char m_few[2] = {};
     int m_count = 0;
 };
@@ -220,4 +236,61 @@ int CTokenArray::TokenizeString(std::string_view text, char const* separators, E
     else if (count < GetSize())
         SetSize(count);
     return static_cast<int>(count);
+}
+
+int CTokenArray::SplitInPlace(std::string_view text, char const* separators, E_TokenizeMode mode,
+                              std::string_view* tokens, int capacity)
+{
+    bool const quotes = (mode & TM_QUOTES) != 0;
+    if (quotes && ((mode & TM_KEEP_QUOTES) == 0 || (mode & TM_KEEP_ESCAPES) == 0))
+        return -1;
+    if (auto zero = text.find('\0'); zero != std::string_view::npos)
+        text = text.substr(0, zero);
+    bool const keepEmpty = (mode & TM_KEEP_EMPTY) != 0;
+    bool const trim = (mode & TM_TRIM) != 0;
+
+    CharacterSet const isSeparator(separators);
+    CharacterSet stops(separators);
+    if (quotes)
+        stops.Add('"');
+    char const* pos = text.data();
+    char const* const end = pos + text.size();
+    int count = 0;
+    auto store = [&](char const* first, char const* last)
+    {
+        if (trim)
+        {
+            while (first != last && IsTrimSpace(*first))
+                ++first;
+            while (last != first && IsTrimSpace(last[-1]))
+                --last;
+        }
+        if (count == capacity)
+            return false;
+        tokens[count++] = std::string_view(first, static_cast<std::size_t>(last - first));
+        return true;
+    };
+    // The same walk as TokenizeString's, less the editing these modes never do.
+    while (pos != end)
+    {
+        char const* const start = pos;
+        bool quoted = false;
+        pos = stops.FindFirst(pos, end);
+        while (pos != end && (quoted || !isSeparator.Contains(*pos)))
+        {
+            if (*pos == '"')
+                quoted = !quoted;
+            else if (quoted && *pos == '\\' && pos + 1 != end && (pos[1] == '"' || pos[1] == '\\'))
+                ++pos;
+            ++pos;
+        }
+        char const* const stop = pos;
+        if (pos != end)
+            ++pos;
+        if ((stop != start || keepEmpty) && !store(start, stop))
+            return -1;
+        if (pos == end && keepEmpty && isSeparator.Contains(end[-1]) && !store(end, end))
+            return -1;
+    }
+    return count;
 }

@@ -5,8 +5,15 @@
 #include <shared/places/CSetCollection.h>
 #include <shared/platform/AtomicFileReplacement.h>
 #include <shared/time/CClock.h>
+#include <utility>
 
 IMPLEMENT_SERIAL(CSetCollection, CObject, VERSIONABLE_SCHEMA | 1)
+
+namespace
+{
+// Reading in larger pieces than the 4096 bytes a save uses saves system calls on big files.
+constexpr int kReadBufferSize = 64 * 1024;
+} // namespace
 
 CSetCollection::CSetCollection()
     : m_Cursor(m_Sets.begin()), m_LastUpdated(COleDateTime::GetCurrentTime())
@@ -34,6 +41,18 @@ CSetCollection& CSetCollection::operator=(const CSetCollection& other)
 
 CSetCollection::~CSetCollection() = default;
 
+void CSetCollection::TakeFrom(CSetCollection& other)
+{
+    // As the assignment does, but the sets move instead of being copied.
+    const bool atEnd = other.m_Cursor == other.m_Sets.end();
+    const Cint64 cursorKey = atEnd ? Cint64() : other.m_Cursor->first;
+    m_Sets = std::move(other.m_Sets);
+    m_Cursor = atEnd ? m_Sets.end() : m_Sets.find(cursorKey);
+    m_LastUpdated = other.m_LastUpdated;
+    m_HighPart = other.m_HighPart;
+    m_Signal = other.m_Signal;
+}
+
 Cint64 CSetCollection::CreateNewSetId() const
 {
     Cint64 id(m_HighPart, CClock::ConvertCOleDateTime2DWORD(CClock::GetUTCCurrentDateTime()));
@@ -43,6 +62,11 @@ Cint64 CSetCollection::CreateNewSetId() const
 }
 
 Cint64 CSetCollection::AddSet(CSet& set)
+{
+    return Store(set, [&set] { return CSet(set); });
+}
+
+template <typename MakeHeld> Cint64 CSetCollection::Store(CSet& set, MakeHeld makeHeld)
 {
     Cint64 id = set.GetSetId();
     bool store = true;
@@ -57,7 +81,7 @@ Cint64 CSetCollection::AddSet(CSet& set)
     }
     if (store)
     {
-        m_Sets.emplace(id, set);
+        m_Sets.emplace(id, makeHeld());
         m_LastUpdated = COleDateTime::GetCurrentTime();
     }
     SendSignal(id, 'A');
@@ -146,12 +170,11 @@ void CSetCollection::Serialize(CArchive& ar)
         CObject* object = ar.ReadObject(RUNTIME_CLASS(CSet));
         if (object == nullptr)
             AfxThrowArchiveException(CArchiveException::badIndex);
-        // The read set is copied into the map and freed; the archive must forget it so that a
+        // The read set moves into the map and is freed; the archive must forget it so that a
         // back-reference to it in a corrupt file fails instead of handing out a freed pointer.
         ar.UnmapObject(object);
         const std::unique_ptr<CSet> read(static_cast<CSet*>(object));
-        CSet copy(*read);
-        AddSet(copy);
+        Store(*read, [&read] { return std::move(*read); });
     }
 }
 
@@ -185,12 +208,12 @@ bool CSetCollection::ReadCollection(CString path)
         return false;
     try
     {
-        CArchive archive(&file, CArchive::load, 4096);
+        CArchive archive(&file, CArchive::load, kReadBufferSize);
         const std::unique_ptr<CObject> read(archive.ReadObject(RUNTIME_CLASS(CSetCollection)));
         archive.Close();
         if (!read)
             return false;
-        *this = *static_cast<CSetCollection*>(read.get());
+        TakeFrom(*static_cast<CSetCollection*>(read.get()));
         return true;
     }
     catch (CException* error)

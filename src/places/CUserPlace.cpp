@@ -1,9 +1,12 @@
 #include <algorithm>
+#include <bit>
 #include <cstdint>
+#include <cstring>
 #include <shared/archive/CArchive.h>
 #include <shared/places/CUserPlace.h>
 #include <shared/platform/HostHooks.h>
 #include <shared/time/CClock.h>
+#include <type_traits>
 
 IMPLEMENT_SERIAL(CUserPlace, CObject, VERSIONABLE_SCHEMA | 6)
 
@@ -18,9 +21,56 @@ constexpr DWORD kUnknownBorder = 0xC0C0C0;
 constexpr long kAreaLightening = 200;
 // Fixed bytes of a place in a device upload, besides its map label.
 constexpr int kUploadOverhead = 18;
+
+// A run of fixed-size fields fetched from the archive in one call and taken apart here: a
+// place has some thirty of them, and one archive call each was a good share of a load's time.
+// Every field's wire size is its size in memory, little-endian as the hosts are.
+class FieldRun
+{
+public:
+    FieldRun(CArchive& ar, UINT size)
+    {
+        if (ar.Read(m_Bytes, size) != size)
+            AfxThrowArchiveException(CArchiveException::endOfFile, ar.m_strFileName);
+    }
+
+    template <typename Field> FieldRun& operator>>(Field& field)
+    {
+        static_assert(std::is_trivially_copyable_v<Field> &&
+                      std::endian::native == std::endian::little);
+        std::memcpy(&field, m_Bytes + m_At, sizeof field);
+        m_At += sizeof field;
+        return *this;
+    }
+
+private:
+    unsigned char m_Bytes[64];
+    UINT m_At = 0;
+};
 } // namespace
 
-CUserPlace::CUserPlace() : m_CompanyId("n/a"), m_DeletionTime(CClock::GetUTCCurrentDateTime()) {}
+namespace
+{
+thread_local const COleDateTime* t_pSharedInstant = nullptr;
+}
+
+CUserPlace::CSharedInstant::CSharedInstant()
+    : m_Now(CClock::GetUTCCurrentDateTime()), m_pOuter(t_pSharedInstant)
+{
+    t_pSharedInstant = &m_Now;
+}
+
+CUserPlace::CSharedInstant::~CSharedInstant()
+{
+    t_pSharedInstant = m_pOuter;
+}
+
+CUserPlace::CUserPlace()
+    : m_CompanyId("n/a"),
+      m_DeletionTime(t_pSharedInstant != nullptr ? *t_pSharedInstant
+                                                 : CClock::GetUTCCurrentDateTime())
+{
+}
 
 CUserPlace::CUserPlace(const CUserPlace& other) = default;
 CUserPlace& CUserPlace::operator=(const CUserPlace& other) = default;
@@ -189,20 +239,22 @@ void CUserPlace::Serialize(CArchive& ar)
     // Each schema appended fields to the one before, so a record is read up to what its schema
     // had. A body read on its own, outside an object, has no schema (all ones) and is read whole.
     const UINT schema = ar.GetObjectSchema();
-    ar >> m_SymbolId >> m_SymbolColour >> m_Latitude >> m_Longitude;
-    ar >> m_MapLabelText >> m_ReportLabelText >> m_SymbolChar;
-    ar >> m_AddressRadius >> m_ShowingAddressRadius;
+    FieldRun(ar, 24) >> m_SymbolId >> m_SymbolColour >> m_Latitude >> m_Longitude;
+    ar >> m_MapLabelText >> m_ReportLabelText;
+    FieldRun middle(ar, 9 + (schema >= 2 ? 12 : 0) + (schema >= 3 ? 4 : 0) + (schema >= 4 ? 4 : 0) +
+                            (schema >= 5 ? 8 : 0));
+    middle >> m_SymbolChar >> m_AddressRadius >> m_ShowingAddressRadius;
     if (schema >= 2)
-        ar >> m_GeofenceRadius >> m_UseAsAddress >> m_UseAsGeofence;
+        middle >> m_GeofenceRadius >> m_UseAsAddress >> m_UseAsGeofence;
     if (schema >= 3)
-        ar >> m_GeofenceEnterLeave;
+        middle >> m_GeofenceEnterLeave;
     if (schema >= 4)
-        ar >> m_ShowingGeofenceRadius;
+        middle >> m_ShowingGeofenceRadius;
     if (schema >= 5)
     {
         DWORD high = 0;
         DWORD low = 0;
-        ar >> high >> low;
+        middle >> high >> low;
         SetUserPlaceIdHigh(high);
         SetUserPlaceIdLow(low);
     }
@@ -213,11 +265,10 @@ void CUserPlace::Serialize(CArchive& ar)
     if (schema >= 6)
     {
         ar >> m_GeofenceStartTime >> m_GeofenceEndTime;
-        ar >> m_GeofenceDoSunday >> m_GeofenceDoMonday >> m_GeofenceDoTuesday >>
+        FieldRun(ar, 44) >> m_GeofenceDoSunday >> m_GeofenceDoMonday >> m_GeofenceDoTuesday >>
             m_GeofenceDoWednesday >> m_GeofenceDoThursday >> m_GeofenceDoFriday >>
             m_GeofenceDoSaturday >> m_GeofenceSendSmsInsidePeriod >>
-            m_GeofenceSendSmsOutsidePeriod >> m_GeofenceFirstActivation;
-        ar >> m_GeofenceThreshold;
+            m_GeofenceSendSmsOutsidePeriod >> m_GeofenceFirstActivation >> m_GeofenceThreshold;
     }
     else
     {

@@ -17,6 +17,8 @@ CUserPlaceCollection* CUserPlaceCollection::s_pUserPlaceCollection = nullptr;
 namespace
 {
 constexpr int kLogError = 1;
+// Reading in larger pieces than the 4096 bytes a save uses saves system calls on big files.
+constexpr int kReadBufferSize = 64 * 1024;
 
 // The exception's own text, at most 255 characters.
 CString MessageOf(const CException& error)
@@ -50,7 +52,26 @@ CUserPlaceCollection& CUserPlaceCollection::operator=(const CUserPlaceCollection
 
 CUserPlaceCollection::~CUserPlaceCollection() = default;
 
+void CUserPlaceCollection::TakePlacesFrom(CUserPlaceCollection& other)
+{
+    // The assignment's effect for a collection about to be thrown away: the places move instead
+    // of being copied. The high part is this application's setting, not the file's: it stays.
+    const bool atEnd = other.m_Cursor == other.m_Places.end();
+    const Cint64 cursorKey = atEnd ? Cint64() : other.m_Cursor->first;
+    m_Places = std::move(other.m_Places);
+    m_Cursor = atEnd ? m_Places.end() : m_Places.find(cursorKey);
+    m_LastUpdated = other.m_LastUpdated;
+}
+
 bool CUserPlaceCollection::AddUserPlace(Cint64 id, CUserPlace place)
+{
+    if (!Insert(id, std::move(place)))
+        return false;
+    m_LastUpdated = CClock::GetUTCCurrentDateTime();
+    return true;
+}
+
+bool CUserPlaceCollection::Insert(Cint64 id, CUserPlace&& place)
 {
     // Files hold places in ascending id order, so a load appends at the end: checking the last
     // key first keeps that to one comparison per place.
@@ -65,7 +86,6 @@ bool CUserPlaceCollection::AddUserPlace(Cint64 id, CUserPlace place)
         return false;
     }
     m_Places.emplace_hint(hint, id, std::move(place));
-    m_LastUpdated = CClock::GetUTCCurrentDateTime();
     return true;
 }
 
@@ -190,6 +210,7 @@ void CUserPlaceCollection::Serialize(CArchive& ar)
     const UINT schema = ar.GetObjectSchema();
     LONG count = 0;
     ar >> count;
+    const CUserPlace::CSharedInstant loadInstant;
     // Places are read one at a time, so a count larger than the data ends in the archive's
     // end-of-file exception rather than a large allocation.
     for (LONG i = 0; i < count; ++i)
@@ -201,12 +222,11 @@ void CUserPlaceCollection::Serialize(CArchive& ar)
         // to it in a corrupt file fails instead of handing out a freed pointer.
         ar.UnmapObject(object);
         const std::unique_ptr<CUserPlace> read(static_cast<CUserPlace*>(object));
-        CUserPlace copy(std::move(*read));
-        copy.CreateNewPlaceSymbol();
-        if (copy.GetItemId() == Cint64())
-            copy.SetItemId(CreateNewUserPlaceId());
-        const Cint64 id = copy.GetItemId();
-        AddUserPlace(id, std::move(copy));
+        read->CreateNewPlaceSymbol();
+        if (read->GetItemId() == Cint64())
+            read->SetItemId(CreateNewUserPlaceId());
+        // As AddUserPlace, without its time stamp: the stamp is set once the places are read.
+        Insert(read->GetItemId(), std::move(*read));
     }
     if (schema >= 2)
         ar >> m_LastUpdated;
@@ -310,7 +330,7 @@ bool CUserPlaceCollection::ReadCollection(CString path)
     const bool whole = TryRead(
         [&]
         {
-            CArchive archive(&file, CArchive::load, 4096);
+            CArchive archive(&file, CArchive::load, kReadBufferSize);
             const std::unique_ptr<CObject> read(
                 archive.ReadObject(RUNTIME_CLASS(CUserPlaceCollection)));
             archive.Close();
@@ -321,9 +341,7 @@ bool CUserPlaceCollection::ReadCollection(CString path)
                 return false;
             }
             // The high part is this application's setting, not the file's: it stays.
-            const unsigned int highPart = m_HighPart;
-            *this = *static_cast<CUserPlaceCollection*>(read.get());
-            m_HighPart = highPart;
+            TakePlacesFrom(*static_cast<CUserPlaceCollection*>(read.get()));
             return true;
         });
     if (whole)
@@ -338,7 +356,7 @@ bool CUserPlaceCollection::ReadCollection(CString path)
             file.Close();
             if (!file.Open(path, CFile::modeRead))
                 AfxThrowFileException(CFileException::fileNotFound, -1, path);
-            CArchive archive(&file, CArchive::load, 4096);
+            CArchive archive(&file, CArchive::load, kReadBufferSize);
             CUserPlaceCollection scratch(*this);
             scratch.Serialize(archive);
             archive.Close();

@@ -498,6 +498,32 @@ long CSerialLine::Write(void const* buffer, unsigned long size, unsigned long& e
     return static_cast<long>(n);
 }
 
+unsigned long CSerialLine::Wait(CWakeDescriptor& wake, bool watchInput, unsigned long timeoutMs,
+                                unsigned& events)
+{
+    events = 0;
+    pollfd fds[2] = {{wake.GetDescriptor(), POLLIN, 0}, {watchInput ? m_fd : -1, POLLIN, 0}};
+    int const wait = timeoutMs == 0xFFFFFFFFUL
+                         ? -1
+                         : static_cast<int>(std::min<unsigned long>(timeoutMs, INT_MAX));
+    int const n = ::poll(fds, 2, wait);
+    if (n < 0)
+    {
+        // An interrupted sleep is an early timeout: the caller looks around and sleeps again.
+        return errno == EINTR ? 0 : WinErrorFromErrno(errno);
+    }
+    if (fds[0].revents != 0)
+    {
+        wake.Drain();
+        events |= kSerialWoken;
+    }
+    if (fds[1].revents != 0)
+    {
+        events |= kSerialReadable;
+    }
+    return 0;
+}
+
 unsigned long CSerialLine::WaitWritable(unsigned long timeoutMs, bool& ready) const
 {
     ready = false;

@@ -1,7 +1,11 @@
+#include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <map>
 #include <mutex>
 #include <shared/platform/SerialPortPath.h>
+
+extern char** environ;
 
 namespace shared::platform
 {
@@ -67,6 +71,48 @@ void SetSerialPortDevicePath(int port, std::string const& path)
     {
         Paths()[port] = path;
     }
+}
+
+std::vector<int> SerialPortsFromEnvironment()
+{
+    std::set<int> ports;
+    std::string const prefix = "SHARED_COM";
+    for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry)
+    {
+        std::string const text = *entry;
+        std::size_t const equals = text.find('=');
+        if (text.rfind(prefix, 0) != 0 || equals == std::string::npos)
+        {
+            continue;
+        }
+        std::string const digits = text.substr(prefix.size(), equals - prefix.size());
+        if (!digits.empty() && digits.size() < 6 &&
+            std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; }))
+        {
+            if (int const port = std::atoi(digits.c_str()); port >= 1)
+            {
+                ports.insert(port);
+            }
+        }
+    }
+    return {ports.begin(), ports.end()};
+}
+
+std::vector<std::string> UnmappedSerialDevices(std::set<std::string> const& mapped)
+{
+    std::vector<std::string> found;
+    std::error_code error;
+    for (auto const& entry : std::filesystem::directory_iterator("/dev", error))
+    {
+        std::string const name = entry.path().filename().string();
+        if ((name.rfind("ttyUSB", 0) == 0 || name.rfind("ttyACM", 0) == 0) &&
+            mapped.count(entry.path().string()) == 0)
+        {
+            found.push_back(entry.path().string());
+        }
+    }
+    std::sort(found.begin(), found.end());
+    return found;
 }
 
 } // namespace shared::platform

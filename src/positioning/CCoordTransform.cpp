@@ -1,3 +1,5 @@
+#include "CTransverseMercator.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cctype>
@@ -11,22 +13,15 @@
 namespace
 {
 
+using positioning_detail::CTransverseMercator;
+
 // Degree/radian factors: the nearest doubles to pi/180 and 180/pi.
 constexpr double kDegToRad = 0.017453292519943295;
 constexpr double kRadToDeg = 57.29577951308232;
 
-// National Grid projection parameters (OS National Grid definition; exact by definition).
-constexpr double kNgN0 = -100000.0;    // northing of true origin, m
-constexpr double kNgE0 = 400000.0;     // easting of true origin, m
-constexpr double kNgPhi0 = 49.0;       // latitude of true origin, degrees
-constexpr double kNgLambda0 = -2.0;    // longitude of true origin, degrees
-constexpr double kNgF0 = 0.9996012717; // central meridian scale factor
-
 // The inverse series iterates the footpoint latitude until the meridian arc is within
-// 0.01 mm, the OS guide's own stopping rule; the iteration contracts by a factor below 0.01 per
-// step, and the cap only guards against inputs too large for doubles to resolve that finely.
+// 0.01 mm, the OS guide's own stopping rule.
 constexpr double kArcTolerance = 0.00001; // m
-constexpr int kMaxFootpointIterations = 64;
 
 // Geocentric to geodetic: iterate until the latitude settles to below 1e-14 rad (about 0.06 nm
 // on the ground); four steps suffice near the earth's surface.
@@ -44,18 +39,6 @@ constexpr char kGridRefFormat[] = "%s-%04u-%04u";
 
 // ---- ellipsoid quantities ---------------------------------------------------------------
 
-struct Projection
-{
-    double aF0;
-    double bF0;
-    double n;
-    double e2;
-    double phi0;    // radians
-    double lambda0; // radians
-    double N0;
-    double E0;
-};
-
 bool ValidEllipsoid(ELLIPSOID const* el)
 {
     // f must lie in [0, 1): invf > 1; a sphere is not a record this library uses.
@@ -63,34 +46,24 @@ bool ValidEllipsoid(ELLIPSOID const* el)
            std::isfinite(el->invf);
 }
 
-Projection MakeProjection(double N0, double E0, double phi0, double lambda0, double F0,
-                          ELLIPSOID const& el)
+CTransverseMercator MakeProjection(double N0, double E0, double phi0, double lambda0, double F0,
+                                   ELLIPSOID const& el)
 {
-    double const a = el.a;
-    double const b = a * (1.0 - 1.0 / el.invf);
-    Projection p{};
-    p.aF0 = a * F0;
-    p.bF0 = b * F0;
-    p.n = (p.aF0 - p.bF0) / (p.aF0 + p.bF0);
-    p.e2 = (p.aF0 * p.aF0 - p.bF0 * p.bF0) / (p.aF0 * p.aF0);
-    p.phi0 = phi0 * kDegToRad;
-    p.lambda0 = lambda0 * kDegToRad;
-    p.N0 = N0;
-    p.E0 = E0;
-    return p;
+    double const b = el.a * (1.0 - 1.0 / el.invf);
+    return CTransverseMercator(el.a, b, {N0, E0, phi0 * kDegToRad, lambda0 * kDegToRad, F0},
+                               kArcTolerance);
 }
 
-double ArcOfMeridian(Projection const& p, double phi)
+// The National Grid on the Airy datum record, built once for the fallback path.
+CTransverseMercator const& NationalGrid()
 {
-    double const n = p.n;
-    double const n2 = n * n;
-    double const n3 = n2 * n;
-    double const dPhi = phi - p.phi0;
-    double const sPhi = phi + p.phi0;
-    return p.bF0 * ((1.0 + n + 1.25 * n2 + 1.25 * n3) * dPhi -
-                    (3.0 * n + 3.0 * n2 + 2.625 * n3) * std::sin(dPhi) * std::cos(sPhi) +
-                    (1.875 * n2 + 1.875 * n3) * std::sin(2.0 * dPhi) * std::cos(2.0 * sPhi) -
-                    (35.0 / 24.0) * n3 * std::sin(3.0 * dPhi) * std::cos(3.0 * sPhi));
+    static CTransverseMercator const grid = []
+    {
+        ELLIPSOID const& airy = CCoordTransform::s_datumAiry;
+        return CTransverseMercator(airy.a, airy.a * (1.0 - 1.0 / airy.invf),
+                                   CTransverseMercator::NationalGridOrigin(), kArcTolerance);
+    }();
+    return grid;
 }
 
 // ---- the precise transformation hook ------------------------------------------------------
@@ -267,10 +240,9 @@ bool CCoordTransform::LatLong_To_EastingNorthing(double lat, double lon, unsigne
     {
         double airyLat = lat;
         double airyLon = lon;
-        if (!DatumShift(&airyLat, &airyLon, &s_datumSatellite, &s_datumAiry) ||
-            !LatLon_To_NorthEast(&north, &east, airyLat, airyLon, kNgN0, kNgE0, kNgPhi0, kNgLambda0,
-                                 kNgF0, &s_datumAiry))
+        if (!DatumShift(&airyLat, &airyLon, &s_datumSatellite, &s_datumAiry))
             return false;
+        NationalGrid().Forward(airyLat * kDegToRad, airyLon * kDegToRad, east, north);
     }
     unsigned long roundedE = 0;
     unsigned long roundedN = 0;
@@ -297,9 +269,10 @@ bool CCoordTransform::EastingNorthing_To_LatLong(unsigned long E, unsigned long 
             return true;
         }
     }
-    if (!NorthEast_To_LatLon(&outLat, &outLon, north, east, kNgN0, kNgE0, kNgPhi0, kNgLambda0,
-                             kNgF0, &s_datumAiry) ||
-        !DatumShift(&outLat, &outLon, &s_datumAiry, &s_datumSatellite))
+    NationalGrid().Reverse(east, north, outLat, outLon);
+    outLat *= kRadToDeg;
+    outLon *= kRadToDeg;
+    if (!DatumShift(&outLat, &outLon, &s_datumAiry, &s_datumSatellite))
         return false;
     lat = outLat;
     lon = outLon;
@@ -363,35 +336,8 @@ bool CCoordTransform::LatLon_To_NorthEast(double* north, double* east, double la
 {
     if (north == nullptr || east == nullptr || !ValidEllipsoid(ellipsoid))
         return false;
-    Projection const p = MakeProjection(N0, E0, phi0, lambda0, F0, *ellipsoid);
-    double const phi = lat * kDegToRad;
-    double const s = std::sin(phi);
-    double const c = std::cos(phi);
-    double const w = 1.0 - p.e2 * s * s;
-    double const nu = p.aF0 / std::sqrt(w);
-    double const rho = (1.0 - p.e2) * nu / w;
-    double const eta2 = nu / rho - 1.0;
-    double const M = ArcOfMeridian(p, phi);
-
-    double const c3 = c * c * c;
-    double const c5 = c3 * c * c;
-    double const t = std::tan(phi);
-    double const t2 = t * t;
-    double const t4 = t2 * t2;
-
-    // The OS National Grid forward series.
-    double const I = M + p.N0;
-    double const II = nu / 2.0 * s * c;
-    double const III = nu / 24.0 * s * c3 * (5.0 - t2 + 9.0 * eta2);
-    double const IIIA = nu / 720.0 * s * c5 * (61.0 - 58.0 * t2 + t4);
-    double const IV = nu * c;
-    double const V = nu / 6.0 * c3 * (nu / rho - t2);
-    double const VI = nu / 120.0 * c5 * (5.0 - 18.0 * t2 + t4 + 14.0 * eta2 - 58.0 * t2 * eta2);
-
-    double const dL = lon * kDegToRad - p.lambda0;
-    double const dL2 = dL * dL;
-    *north = I + II * dL2 + III * dL2 * dL2 + IIIA * dL2 * dL2 * dL2;
-    *east = p.E0 + IV * dL + V * dL2 * dL + VI * dL2 * dL2 * dL;
+    MakeProjection(N0, E0, phi0, lambda0, F0, *ellipsoid)
+        .Forward(lat * kDegToRad, lon * kDegToRad, *east, *north);
     return true;
 }
 
@@ -401,45 +347,11 @@ bool CCoordTransform::NorthEast_To_LatLon(double* lat, double* lon, double north
 {
     if (lat == nullptr || lon == nullptr || !ValidEllipsoid(ellipsoid))
         return false;
-    Projection const p = MakeProjection(N0, E0, phi0, lambda0, F0, *ellipsoid);
-
-    double phi = (north - p.N0) / p.aF0 + p.phi0;
-    double residual = north - p.N0 - ArcOfMeridian(p, phi);
-    for (int k = 0; std::fabs(residual) >= kArcTolerance && k < kMaxFootpointIterations; ++k)
-    {
-        phi += residual / p.aF0;
-        residual = north - p.N0 - ArcOfMeridian(p, phi);
-    }
-
-    double const s = std::sin(phi);
-    double const w = 1.0 - p.e2 * s * s;
-    double const nu = p.aF0 / std::sqrt(w);
-    double const rho = (1.0 - p.e2) * nu / w;
-    double const eta2 = nu / rho - 1.0;
-
-    double const t = std::tan(phi);
-    double const t2 = t * t;
-    double const t4 = t2 * t2;
-    double const t6 = t4 * t2;
-    double const sec = 1.0 / std::cos(phi);
-    double const nu3 = nu * nu * nu;
-    double const nu5 = nu3 * nu * nu;
-    double const nu7 = nu5 * nu * nu;
-
-    // The OS National Grid inverse series.
-    double const VII = t / (2.0 * rho * nu);
-    double const VIII = t / (24.0 * rho * nu3) * (5.0 + 3.0 * t2 + eta2 - 9.0 * t2 * eta2);
-    double const IX = t / (720.0 * rho * nu5) * (61.0 + 90.0 * t2 + 45.0 * t4);
-    double const X = sec / nu;
-    double const XI = sec / (6.0 * nu3) * (nu / rho + 2.0 * t2);
-    double const XII = sec / (120.0 * nu5) * (5.0 + 28.0 * t2 + 24.0 * t4);
-    double const XIIA = sec / (5040.0 * nu7) * (61.0 + 662.0 * t2 + 1320.0 * t4 + 720.0 * t6);
-
-    double const dE = east - p.E0;
-    double const dE2 = dE * dE;
-    double const dE3 = dE2 * dE;
-    *lat = (phi - VII * dE2 + VIII * dE2 * dE2 - IX * dE3 * dE3) * kRadToDeg;
-    *lon = (p.lambda0 + X * dE - XI * dE3 + XII * dE3 * dE2 - XIIA * dE3 * dE3 * dE) * kRadToDeg;
+    double phi = 0.0;
+    double lambda = 0.0;
+    MakeProjection(N0, E0, phi0, lambda0, F0, *ellipsoid).Reverse(east, north, phi, lambda);
+    *lat = phi * kRadToDeg;
+    *lon = lambda * kRadToDeg;
     return true;
 }
 

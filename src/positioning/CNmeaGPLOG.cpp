@@ -46,7 +46,8 @@ CNmeaSentence::E_NMEAParseResult CNmeaGPLOG::Decode(CTokenArray const& tokens, i
         SetValid(eGPLOG_State);
     }
     if (count >= 4 && !tokens.GetAt(2).IsEmpty() && !tokens.GetAt(3).IsEmpty() &&
-        nmea_fields::ReadTimeStamp(tokens.GetAt(2), tokens.GetAt(3), m_dtTimeStamp))
+        nmea_fields::ReadTimeStamp(tokens.GetAt(2).GetString(), tokens.GetAt(3).GetString(),
+                                   m_dtTimeStamp))
         SetValid(eGPLOG_TimeStamp);
     return eNMEAParseOK;
 }

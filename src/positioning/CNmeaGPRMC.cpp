@@ -38,51 +38,58 @@ void CNmeaGPRMC::SetValid(E_ValidParts parts)
 
 CNmeaSentence::E_NMEAParseResult CNmeaGPRMC::Decode(CTokenArray const& tokens, int count)
 {
-    m_dwValid = 0;
-    auto field = [&tokens](int i) -> CString const& { return tokens.GetAt(i); };
+    std::string_view fields[kFieldsRead];
+    for (int i = 0; i < count && i < kFieldsRead; ++i)
+        fields[i] = std::string_view(tokens.GetAt(i).GetString(),
+                                     static_cast<std::size_t>(tokens.GetAt(i).GetLength()));
+    return DecodeFields(fields, count);
+}
 
-    if (count > 4 && !field(3).IsEmpty() && !field(4).IsEmpty())
+CNmeaSentence::E_NMEAParseResult CNmeaGPRMC::DecodeFields(std::string_view const* field, int count)
+{
+    m_dwValid = 0;
+    if (count > 4 && !field[3].empty() && !field[4].empty())
     {
-        m_dblLatitude = EvaluateDegrees(field(3).GetString());
-        if (field(4)[0] == 'S')
+        m_dblLatitude = nmea_fields::ReadDegrees(field[3]);
+        if (field[4][0] == 'S')
             m_dblLatitude = -m_dblLatitude;
         SetValid(eGPRMC_Latitude);
     }
-    if (count > 6 && !field(5).IsEmpty() && !field(6).IsEmpty())
+    if (count > 6 && !field[5].empty() && !field[6].empty())
     {
-        m_dblLongitude = EvaluateDegrees(field(5).GetString());
-        if (field(6)[0] == 'W')
+        m_dblLongitude = nmea_fields::ReadDegrees(field[5]);
+        if (field[6][0] == 'W')
             m_dblLongitude = -m_dblLongitude;
         SetValid(eGPRMC_Longitude);
     }
-    if (count > 9 && !field(1).IsEmpty() && !field(9).IsEmpty() &&
-        nmea_fields::ReadTimeStamp(field(1), field(9), m_dtTimeStamp))
+    if (count > 9 && !field[1].empty() && !field[9].empty() &&
+        nmea_fields::ReadTimeStamp(field[1], field[9], m_dtTimeStamp))
         SetValid(eGPRMC_TimeStamp);
-    if (count > 2 && !field(2).IsEmpty())
+    if (count > 2 && !field[2].empty())
     {
-        m_cStatusIndicator = field(2)[0];
+        m_cStatusIndicator = field[2][0];
         SetValid(eGPRMC_StatusIndicator);
     }
-    if (count > 12 && !field(12).IsEmpty())
+    if (count > 12 && !field[12].empty())
     {
-        m_cModeIndicator = field(12)[0];
+        m_cModeIndicator = field[12][0];
         SetValid(eGPRMC_ModeIndicator);
     }
     int consumed = 0;
     // Speed and course are read as far as they are numbers; a field that does not start with one
     // is malformed and stays invalid.
-    if (count > 7 && !field(7).IsEmpty() &&
-        nmea_fields::ReadLeadingNumber(field(7).GetString(), m_dblSpeedInKnots, consumed))
+    if (count > 7 && !field[7].empty() &&
+        nmea_fields::ReadLeadingNumber(field[7], m_dblSpeedInKnots, consumed))
         SetValid(eGPRMC_SpeedInKnots);
-    if (count > 8 && !field(8).IsEmpty() &&
-        nmea_fields::ReadLeadingNumber(field(8).GetString(), m_dblCourse, consumed))
+    if (count > 8 && !field[8].empty() &&
+        nmea_fields::ReadLeadingNumber(field[8], m_dblCourse, consumed))
         SetValid(eGPRMC_Course);
-    if (count >= 12 && !field(10).IsEmpty() && !field(11).IsEmpty() &&
-        nmea_fields::ReadLeadingNumber(field(10).GetString(), m_dblMagneticVariation, consumed))
+    if (count >= 12 && !field[10].empty() && !field[11].empty() &&
+        nmea_fields::ReadLeadingNumber(field[10], m_dblMagneticVariation, consumed))
     {
         // East is negative here, unlike latitude and longitude: the application corrects
         // bearings by adding this value, so the device convention is kept as it is.
-        if (field(11)[0] == 'E')
+        if (field[11][0] == 'E')
             m_dblMagneticVariation = -m_dblMagneticVariation;
         SetValid(eGPRMC_MagneticVariation);
     }

@@ -41,6 +41,10 @@ unsigned char XorUntilStar(std::string_view text)
     return sum;
 }
 
+constexpr CTokenArray::E_TokenizeMode kSentenceMode =
+    CTokenArray::TM_QUOTES | CTokenArray::TM_KEEP_QUOTES | CTokenArray::TM_KEEP_EMPTY |
+    CTokenArray::TM_KEEP_ESCAPES | CTokenArray::TM_TRIM;
+
 // Every sentence is tokenized into this thread's array: its elements are reused from one
 // sentence to the next, so decoding a stream allocates nothing but the records themselves.
 CTokenArray& ScratchTokens()
@@ -54,8 +58,26 @@ CNmeaSentence::~CNmeaSentence() = default;
 
 CNmeaSentence* CNmeaSentence::Create(char const* text, E_NMEAParseResult& result)
 {
+    std::string_view body;
+    result = CheckFrame(text, body);
+    if (result != eNMEAParseOK)
+        return nullptr;
+
+    // Position reports are most of a device's stream: they are split in place and decoded from
+    // views. Anything else, or a report with more fields than are looked at, goes through the
+    // token array.
+    std::string_view fields[CNmeaGPRMC::kFieldsRead];
+    int const count =
+        CTokenArray::SplitInPlace(body, ",", kSentenceMode, fields, CNmeaGPRMC::kFieldsRead);
+    if (count >= 1 && fields[0] == CNmeaGPRMC::GetTypeString())
+    {
+        std::unique_ptr<CNmeaGPRMC> sentence(new CNmeaGPRMC);
+        result = sentence->DecodeFields(fields, count);
+        return result == eNMEAParseOK ? sentence.release() : nullptr;
+    }
+
     CTokenArray& tokens = ScratchTokens();
-    result = Tokenize(text, tokens);
+    result = tokens.TokenizeString(body, ",", kSentenceMode) >= 1 ? eNMEAParseOK : eNMEATooShort;
     if (result != eNMEAParseOK)
         return nullptr;
 
@@ -102,6 +124,16 @@ CString CNmeaSentence::SetCheckSum(char const* text)
 
 CNmeaSentence::E_NMEAParseResult CNmeaSentence::Tokenize(char const* text, CTokenArray& tokens)
 {
+    std::string_view body;
+    E_NMEAParseResult const result = CheckFrame(text, body);
+    if (result != eNMEAParseOK)
+        return result;
+    int const count = tokens.TokenizeString(body, ",", kSentenceMode);
+    return count >= 1 ? eNMEAParseOK : eNMEATooShort;
+}
+
+CNmeaSentence::E_NMEAParseResult CNmeaSentence::CheckFrame(char const* text, std::string_view& body)
+{
     // The frame is checked in place on the trimmed extent of the text; nothing is copied.
     std::string_view sentence = text != nullptr ? std::string_view(text) : std::string_view();
     while (!sentence.empty() && IsTrimSpace(sentence.front()))
@@ -124,15 +156,10 @@ CNmeaSentence::E_NMEAParseResult CNmeaSentence::Tokenize(char const* text, CToke
     // The checksum of the body follows CheckSum's rules to the letter: a second "$" at the start
     // of the body is skipped and an earlier "*" ends the sum. Devices and the application's own
     // sentence writer agree on those rules.
-    std::string_view const body = sentence.substr(1, sentence.size() - 4);
+    body = sentence.substr(1, sentence.size() - 4);
     if (XorUntilStar(body) != high * 16 + low)
         return eNMEABadChecksum;
-
-    int const count = tokens.TokenizeString(
-        body, ",",
-        CTokenArray::TM_QUOTES | CTokenArray::TM_KEEP_QUOTES | CTokenArray::TM_KEEP_EMPTY |
-            CTokenArray::TM_KEEP_ESCAPES | CTokenArray::TM_TRIM);
-    return count >= 1 ? eNMEAParseOK : eNMEATooShort;
+    return eNMEAParseOK;
 }
 
 int CNmeaSentence::EvaluateDigits(char const* p, int n)
@@ -146,16 +173,5 @@ int CNmeaSentence::EvaluateDigits(char const* p, int n)
 
 double CNmeaSentence::EvaluateDegrees(char const* text)
 {
-    char const* point = std::strchr(text, '.');
-    if (point == nullptr)
-        point = text + std::strlen(text);
-    // With fewer than two characters before the point there are no whole degrees and the minutes
-    // start at the beginning (the device software would have read before the field).
-    char const* const minutesStart = point - text >= 2 ? point - 2 : text;
-    int const degrees = EvaluateDigits(text, static_cast<int>(minutesStart - text));
-    double minutes = 0.0;
-    int consumed = 0;
-    if (!nmea_fields::ReadLeadingNumber(minutesStart, minutes, consumed))
-        minutes = 0.0;
-    return degrees + minutes * 0.016666666666666666;
+    return nmea_fields::ReadDegrees(text);
 }

@@ -8,8 +8,13 @@ namespace nmea_fields
 
 bool ReadLeadingNumber(char const* text, double& value, int& consumed)
 {
-    char const* first = text;
-    char const* const last = text + std::strlen(text);
+    return ReadLeadingNumber(std::string_view(text), value, consumed);
+}
+
+bool ReadLeadingNumber(std::string_view text, double& value, int& consumed)
+{
+    char const* first = text.data();
+    char const* const last = first + text.size();
     bool const plus = first != last && *first == '+';
     if (plus)
     {
@@ -23,8 +28,27 @@ bool ReadLeadingNumber(char const* text, double& value, int& consumed)
     if (error != std::errc())
         return false;
     value = parsed;
-    consumed = static_cast<int>(end - text);
+    consumed = static_cast<int>(end - text.data());
     return true;
+}
+
+double ReadDegrees(std::string_view text)
+{
+    std::size_t point = text.find('.');
+    if (point == std::string_view::npos)
+        point = text.size();
+    // With fewer than two characters before the point there are no whole degrees and the minutes
+    // start at the beginning (the device software would have read before the field).
+    std::size_t const minutesStart = point >= 2 ? point - 2 : 0;
+    // Unsigned arithmetic wraps where a long run of characters would overflow.
+    unsigned degrees = 0;
+    for (std::size_t i = 0; i < minutesStart; ++i)
+        degrees = degrees * 10u + static_cast<unsigned>(text[i] - '0');
+    double minutes = 0.0;
+    int consumed = 0;
+    if (!ReadLeadingNumber(text.substr(minutesStart), minutes, consumed))
+        minutes = 0.0;
+    return static_cast<int>(degrees) + minutes * 0.016666666666666666;
 }
 
 bool ReadWholeNumber(CString const& field, double& value)
@@ -82,12 +106,12 @@ int TwoDigits(char const* p)
 }
 } // namespace
 
-bool ReadTimeStamp(CString const& time, CString const& date, COleDateTime& timestamp)
+bool ReadTimeStamp(std::string_view time, std::string_view date, COleDateTime& timestamp)
 {
-    if (time.GetLength() < 6 || date.GetLength() < 6)
+    if (time.size() < 6 || date.size() < 6)
         return false;
-    char const* t = time.GetString();
-    char const* d = date.GetString();
+    char const* t = time.data();
+    char const* d = date.data();
     COleDateTime value;
     // Two-digit years are always this century: the devices were built after 2000.
     value.SetDateTime(2000 + TwoDigits(d + 4), TwoDigits(d + 2), TwoDigits(d), TwoDigits(t),

@@ -4,6 +4,7 @@
 
 #include <shared/framework/COleDateTime.h>
 #include <shared/framework/CString.h>
+#include <string_view>
 
 namespace nmea_fields
 {
@@ -13,6 +14,10 @@ namespace nmea_fields
 // not start with a number, or the number is beyond the range of double. consumed receives the
 // number of characters read.
 bool ReadLeadingNumber(char const* text, double& value, int& consumed);
+bool ReadLeadingNumber(std::string_view text, double& value, int& consumed);
+
+// Degrees and minutes dddmm.mmmm as decimal degrees, the rules of EvaluateDegrees.
+double ReadDegrees(std::string_view text);
 
 // A decimal number that must be the whole (non-empty) field.
 bool ReadWholeNumber(CString const& field, double& value);
@@ -31,5 +36,5 @@ namespace nmea_fields
 // field ddmmyy, the year taken as 2000 + yy. The characters are read as digits without checking
 // them, as EvaluateDigits does; a field shorter than six characters or an impossible date-time
 // gives false.
-bool ReadTimeStamp(CString const& time, CString const& date, COleDateTime& timestamp);
+bool ReadTimeStamp(std::string_view time, std::string_view date, COleDateTime& timestamp);
 } // namespace nmea_fields

@@ -372,24 +372,39 @@ TEST(ArchiveObjects, CorruptTagsAndClassesAreRejectedWithTheFrameworkCause)
               kOtherException);
 }
 
+// Eight points (indices 2 to 9); the first and the sixth are forgotten, the first long after it
+// was read. References to them fail, references to the others still find them.
 TEST(ArchiveObjects, ForgottenObjectsCannotBeReferencedAgain)
 {
-    Bytes bytes = NewClass(1, "CTestPoint");
-    Append(bytes, Point(1, 1));
-    Append(bytes, B({0x02, 0x00}));
-    EXPECT_EQ(ArchiveCause(
-                  [&]
-                  {
-                      Load(bytes,
-                           [](CArchive& ar)
-                           {
-                               CObject* read = ar.ReadObject(nullptr);
-                               ar.UnmapObject(read);
-                               delete read;
-                               ar.ReadObject(nullptr);
-                           });
-                  }),
-              CArchiveException::badIndex);
+    Bytes points = NewClass(1, "CTestPoint");
+    Append(points, Point(0, 0));
+    for (LONG i = 1; i < 8; ++i)
+    {
+        Append(points, B({0x01, 0x80}));
+        Append(points, Point(i, i));
+    }
+    for (const BYTE reference : {2, 7, 3, 9})
+    {
+        Bytes bytes = points;
+        Append(bytes, B({reference, 0x00}));
+        const int cause = ArchiveCause(
+            [&]
+            {
+                Load(bytes,
+                     [&](CArchive& ar)
+                     {
+                         Owned owned;
+                         std::vector<CObject*> read;
+                         for (int i = 0; i < 8; ++i)
+                             read.push_back(owned.Keep(ar.ReadObject(nullptr)));
+                         ar.UnmapObject(read[0]);
+                         ar.UnmapObject(read[5]);
+                         EXPECT_EQ(ar.ReadObject(nullptr), read[reference - 2]);
+                     });
+            });
+        EXPECT_EQ(cause, reference == 2 || reference == 7 ? CArchiveException::badIndex : kNoException)
+            << int(reference);
+    }
 }
 
 TEST(ArchiveObjects, ClassesAndMappedObjectsShareTheIndexSequence)

@@ -27,8 +27,9 @@ TEST(ArchivePrimitives, ValuesAreLittleEndianInTheirWindowsWidths)
            0x05, 0x04, 0x03, 0x02, 0x01, 0x07, 0x00, 0x00, 0x00, 0xFD, 0xFF, 0xFF, 0xFF});
     EXPECT_EQ(written, expected);
 
+    // Read back into the same types and written again, the values give the same bytes.
     Load(expected,
-         [](CArchive& ar)
+         [&](CArchive& ar)
          {
              BYTE by = 0;
              WORD w = 0;
@@ -36,8 +37,7 @@ TEST(ArchivePrimitives, ValuesAreLittleEndianInTheirWindowsWidths)
              LONG l = 0;
              short s = 0;
              char ch = 0;
-             bool yes = false;
-             bool no = true;
+             bool yes = false, no = true;
              float f = 0;
              double d = 0;
              LONGLONG ll = 0;
@@ -45,21 +45,13 @@ TEST(ArchivePrimitives, ValuesAreLittleEndianInTheirWindowsWidths)
              unsigned u = 0;
              int i = 0;
              ar >> by >> w >> dw >> l >> s >> ch >> yes >> no >> f >> d >> ll >> ull >> u >> i;
-             EXPECT_EQ(by, 0x12);
-             EXPECT_EQ(w, 0x3456);
-             EXPECT_EQ(dw, 0x789ABCDEu);
-             EXPECT_EQ(l, -2);
-             EXPECT_EQ(s, -4);
-             EXPECT_EQ(ch, 'A');
-             EXPECT_TRUE(yes);
-             EXPECT_FALSE(no);
-             EXPECT_EQ(f, 1.5f);
-             EXPECT_EQ(d, -2.25);
-             EXPECT_EQ(ll, -1);
-             EXPECT_EQ(ull, 0x0102030405060708ull);
-             EXPECT_EQ(u, 7u);
-             EXPECT_EQ(i, -3);
              EXPECT_TRUE(ar.IsBufferEmpty());
+             EXPECT_EQ(Store(
+                           [&](CArchive& again) {
+                               again << by << w << dw << l << s << ch << yes << no << f << d << ll
+                                     << ull << u << i;
+                           }),
+                       expected);
          });
 }
 

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Command-line checks of "warden receive" against lrzsz's sz: files arrive whole with their
 # times, existing files are kept unless --overwrite, text mode converts line ends, and a sender
-# that fails ends the session with status 1. Exit 77 (skipped) when sz is missing.
+# that fails ends the session with status 1; hostile names, orphaned commands and hung-up lines.
+# Exit 77 (skipped) when sz is missing.
 set -u
 warden=$1
 command -v sz >/dev/null || exit 77
@@ -22,7 +23,7 @@ cmp -s big.bin "$work/out/big.bin" || fail "big.bin differs"
 cmp -s sub/n.txt "$work/out/sub/n.txt" || fail "sub/n.txt differs"
 [ "$(stat -c %Y "$work/out/big.bin")" = "$(stat -c %Y big.bin)" ] || fail "time not kept"
 grep -q '2 file(s) received, 1234574 bytes' <<<"$out" || fail "summary: $out"
-ls -A "$work/out" | grep -q zmodem && fail "temporary file left behind"
+ls -A "$work/out" | grep -q "^\.zm-" && fail "temporary file left behind"
 
 # An existing file is kept and the sender told to skip it.
 echo keep > "$work/out/text.txt"
@@ -40,6 +41,26 @@ out=$("$warden" receive --exec 'echo hello' --dir "$work/out" 2>&1)
 [ $? -eq 1 ] || fail "non-sender: expected status 1"
 grep -q 'transfer failed' <<<"$out" || fail "non-sender message: $out"
 
+# Hostile and long names: nothing raw reaches the terminal, and a name of 250 bytes still fits.
+hostile=$(printf 'c\x01t\x1bl.txt')
+long=$(printf 'L%.0s' $(seq 250))
+echo x > "$hostile"
+echo y > "$long"
+out=$("$warden" receive --exec "sz -q '$hostile' $long" --dir "$work/out" 2>&1) ||
+    fail "hostile names: $out"
+grep -q $'\x1b' <<<"$out" && fail "escape reached the terminal"
+[ -f "$work/out/c_t_l.txt" ] && [ -f "$work/out/$long" ] || fail "hostile or long name not stored"
+
+# The command and everything it started end with the session: on failure and on SIGTERM.
+marker="sleep 302.$$"
+"$warden" receive --exec "$marker; true" --dir "$work/out" --quiet >/dev/null 2>&1 &
+sleep 1
+kill -TERM $!
+wait $!
+[ $? -eq 1 ] || fail "interrupted session: expected status 1"
+sleep 0.3
+pgrep -f "$marker" >/dev/null && fail "the command's children outlived warden"
+
 # A serial device: a pseudo-terminal that socat connects to sz.
 if command -v socat >/dev/null; then
     mkdir "$work/tty"
@@ -48,6 +69,15 @@ if command -v socat >/dev/null; then
     timeout 60 "$warden" receive --device "$work/pty" --dir "$work/tty" --quiet >/dev/null 2>&1 ||
         fail "device session"
     cmp -s big.bin "$work/tty/big.bin" || fail "big.bin over the device differs"
+    wait
+    # The other end going away fails the session at once, not after the error allowance.
+    timeout 60 socat PTY,link="$work/pty2",rawer EXEC:"sleep 1" 2>/dev/null &
+    for _ in $(seq 50); do [ -e "$work/pty2" ] && break; sleep 0.1; done
+    start=$SECONDS
+    out=$(timeout 60 "$warden" receive --device "$work/pty2" --dir "$work/tty" 2>&1)
+    [ $? -eq 1 ] || fail "hung-up device: expected status 1"
+    [ $((SECONDS - start)) -le 10 ] || fail "hang-up noticed only after $((SECONDS - start)) s"
+    grep -q 'hung up' <<<"$out" || fail "hang-up message: $out"
     wait
 fi
 

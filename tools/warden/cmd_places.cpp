@@ -1,5 +1,7 @@
 // warden places: the user places of a UserPlaces.dat file, as a table or as JSON lines.
 #include "Command.h"
+#include "OutputFile.h"
+#include "PlacesExport.h"
 
 #include <cstdio>
 #include <filesystem>
@@ -9,6 +11,7 @@
 #include <shared/places/CUserPlaceCollection.h>
 #include <shared/platform/HostHooks.h>
 #include <shared/time/CClock.h>
+#include <sstream>
 #include <string>
 
 namespace
@@ -53,31 +56,10 @@ nlohmann::json DaysJson(const CUserPlace& place)
         {"saturday", place.GetGeofenceDoSaturday()}};
 }
 
-// Reads the file without leaving an application log behind; the reason of a failure (the text
-// the library would show in a message box) becomes the error message.
-void Load(CUserPlaceCollection& places, const std::string& path)
-{
-    std::error_code error;
-    if (!std::filesystem::is_regular_file(path, error))
-        throw warden::Failure("cannot open " + path);
-    std::string reason;
-    CLog::SetLogFileName("/dev/null");
-    bool read = false;
-    {
-        shared::platform::CScopedMessageBoxSink box([&reason](const std::string& text)
-                                                    { reason = text; });
-        read = places.ReadCollection(path.c_str());
-    }
-    CLog::SetLogFileName("");
-    if (!read)
-        throw warden::Failure(path + " is not a user-places file" +
-                              (reason.empty() ? std::string() : " (" + reason + ")"));
-}
-
 void List(const std::string& path, bool json)
 {
     CUserPlaceCollection places;
-    Load(places, path);
+    warden::LoadUserPlaces(places, path);
     places.GotoStart();
     if (json)
     {
@@ -124,16 +106,44 @@ void List(const std::string& path, bool json)
     std::printf("%d places\n", places.GetNumberInCollection());
 }
 
+void Export(const std::string& path, warden::PlacesFormat format, const std::string& output)
+{
+    CUserPlaceCollection places;
+    warden::LoadUserPlaces(places, path);
+    std::ostringstream text;
+    warden::WritePlaces(text, places, format);
+    warden::WriteOutput(output, text.str());
+}
+
 void Setup(CLI::App& app)
 {
     static std::string path;
     static bool json = false;
+    static std::string format;
+    static std::string output = "-";
     auto* command = app.add_subcommand(
         "places", "List the user places of a UserPlaces.dat file (labels, position, radii, "
                   "geofence type, daily window and weekdays)");
     command->add_option("FILE", path, "The UserPlaces.dat file")->required();
     command->add_flag("--json", json, "One JSON object per place");
-    command->callback([] { List(path, json); });
+    command
+        ->add_option("--export", format,
+                     "Write a map layer instead of the list: geojson or kml (a point per "
+                     "place, address and geofence circles as polygons)")
+        ->check(CLI::IsMember({"geojson", "kml"}, CLI::ignore_case));
+    command->add_option("-o,--output", output, "Where --export writes, - for standard output")
+        ->capture_default_str();
+    command->footer("Example: warden places UserPlaces.dat --export kml -o places.kml");
+    command->callback(
+        []
+        {
+            if (format.empty())
+                List(path, json);
+            else
+                Export(path,
+                       format == "kml" ? warden::PlacesFormat::Kml : warden::PlacesFormat::GeoJson,
+                       output);
+        });
 }
 
 const warden::Registration registration{"places", 70, Setup};

@@ -3,20 +3,12 @@
 
 #include "Command.h"
 
-#include <algorithm>
-#include <cstdlib>
-#include <cstring>
-#include <filesystem>
 #include <iomanip>
 #include <iostream>
 #include <nlohmann/json.hpp>
-#include <set>
-#include <shared/comms/CSerialPortDevice.h>
-#include <shared/platform/SerialPortPath.h>
+#include <shared/comms/CSerialPortList.h>
 #include <string>
 #include <vector>
-
-extern char** environ;
 
 namespace
 {
@@ -36,51 +28,6 @@ char const* StatusWords(CSerialPortDevice::EPort status)
     default:
         return "error";
     }
-}
-
-// COM numbers named by SHARED_COM<n> variables, which may lie outside the scanned range.
-std::set<int> PortsFromEnvironment()
-{
-    std::set<int> ports;
-    std::string const prefix = "SHARED_COM";
-    for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry)
-    {
-        std::string const text = *entry;
-        if (text.rfind(prefix, 0) != 0)
-        {
-            continue;
-        }
-        std::size_t const equals = text.find('=');
-        std::string const digits = text.substr(prefix.size(), equals - prefix.size());
-        if (!digits.empty() && digits.size() < 6 &&
-            std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; }))
-        {
-            int const port = std::atoi(digits.c_str());
-            if (port >= 1)
-            {
-                ports.insert(port);
-            }
-        }
-    }
-    return ports;
-}
-
-// USB and modem-class serial devices, which no COM number names by default.
-std::vector<std::string> UnmappedDevices(std::set<std::string> const& mapped)
-{
-    std::vector<std::string> found;
-    std::error_code error;
-    for (auto const& entry : std::filesystem::directory_iterator("/dev", error))
-    {
-        std::string const name = entry.path().filename().string();
-        if ((name.rfind("ttyUSB", 0) == 0 || name.rfind("ttyACM", 0) == 0) &&
-            mapped.count(entry.path().string()) == 0)
-        {
-            found.push_back(entry.path().string());
-        }
-    }
-    std::sort(found.begin(), found.end());
-    return found;
 }
 
 void SetupPorts(CLI::App& app)
@@ -110,42 +57,31 @@ void SetupPorts(CLI::App& app)
             {
                 throw warden::Failure("--last must not be below --first");
             }
-            std::set<int> ports = PortsFromEnvironment();
-            for (int port = options->first; port <= options->last; ++port)
-            {
-                ports.insert(port);
-            }
+            auto const entries = CSerialPortList::Scan(options->first, options->last, options->all);
             Json rows = Json::array();
-            std::set<std::string> mapped;
             if (!options->json)
             {
                 std::cout << std::left << std::setw(8) << "Port" << std::setw(28) << "Device"
                           << "Status\n";
             }
-            for (int port : ports)
+            for (CSerialPortList::Entry const& entry : entries)
             {
-                std::string const path = shared::platform::SerialPortDevicePath(port);
-                mapped.insert(path);
-                CSerialPortDevice::EPort const status = CSerialPortDevice::CheckPort(port);
-                if (status == CSerialPortDevice::PORT_NOT_PRESENT && !options->all)
-                {
-                    continue;
-                }
+                std::string const name = "COM" + std::to_string(entry.port);
                 if (options->json)
                 {
-                    rows.push_back({{"port", port},
-                                    {"name", "COM" + std::to_string(port)},
-                                    {"device", path},
-                                    {"status", StatusWords(status)},
-                                    {"check", static_cast<int>(status)}});
+                    rows.push_back({{"port", entry.port},
+                                    {"name", name},
+                                    {"device", entry.device},
+                                    {"status", StatusWords(entry.status)},
+                                    {"check", static_cast<int>(entry.status)}});
                 }
                 else
                 {
-                    std::cout << std::left << std::setw(8) << ("COM" + std::to_string(port))
-                              << std::setw(28) << path << StatusWords(status) << '\n';
+                    std::cout << std::left << std::setw(8) << name << std::setw(28) << entry.device
+                              << StatusWords(entry.status) << '\n';
                 }
             }
-            std::vector<std::string> const others = UnmappedDevices(mapped);
+            std::vector<std::string> const others = CSerialPortList::Unmapped(entries);
             if (options->json)
             {
                 std::cout << Json{{"ports", rows}, {"unmapped", others}}.dump(2) << '\n';

@@ -16,19 +16,16 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
-#include <fcntl.h>
 #include <filesystem>
 #include <iostream>
 #include <map>
 #include <memory>
-#include <poll.h>
 #include <shared/comms/CSerialPortDevice.h>
 #include <shared/comms/CZModem.h>
+#include <shared/comms/CZModemFileStore.h>
+#include <shared/platform/ChildProcess.h>
 #include <string>
-#include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
-#include <vector>
 
 namespace
 {
@@ -55,43 +52,19 @@ public:
     virtual void Purge() = 0;
 };
 
-// A command run through /bin/sh whose standard input and output are the line.
-class CommandPipe : public Line
+// Waits for input in short slices so that Ctrl-C and a dead line are noticed at once.
+constexpr long WAIT_SLICE_MS = 200;
+
+// A command run through /bin/sh whose standard input and output are the line. The command and
+// whatever it starts are ended together when the session ends, however it ends.
+class CommandLine : public Line
 {
 public:
-    explicit CommandPipe(const std::string& command)
+    explicit CommandLine(const std::string& command)
     {
-        std::signal(SIGPIPE, SIG_IGN);
-        int toChild[2];
-        int fromChild[2];
-        if (::pipe(toChild) != 0)
-            throw warden::Failure(std::string("cannot create a pipe: ") + std::strerror(errno));
-        if (::pipe(fromChild) != 0)
-        {
-            ::close(toChild[0]);
-            ::close(toChild[1]);
-            throw warden::Failure(std::string("cannot create a pipe: ") + std::strerror(errno));
-        }
-        m_pid = ::fork();
-        if (m_pid < 0)
-            throw warden::Failure(std::string("cannot start the command: ") + std::strerror(errno));
-        if (m_pid == 0)
-        {
-            ::dup2(toChild[0], 0);
-            ::dup2(fromChild[1], 1);
-            for (int fd : {toChild[0], toChild[1], fromChild[0], fromChild[1]})
-                ::close(fd);
-            ::execl("/bin/sh", "sh", "-c", command.c_str(), static_cast<char*>(nullptr));
-            ::_exit(127);
-        }
-        ::close(toChild[0]);
-        ::close(fromChild[1]);
-        m_write = toChild[1];
-        m_read = fromChild[0];
-        ::fcntl(m_read, F_SETFL, ::fcntl(m_read, F_GETFL) | O_NONBLOCK);
+        if (!m_child.Start(command))
+            throw warden::Failure(m_child.GetError());
     }
-
-    ~CommandPipe() override { CloseAndWait(); }
 
     bool Read(unsigned char& byte, unsigned long timeoutMs) override
     {
@@ -103,9 +76,13 @@ public:
         const auto limit = Clock::now() + std::chrono::milliseconds(timeoutMs);
         for (;;)
         {
-            if (g_interrupted || m_read < 0)
+            if (g_interrupted || m_closed)
                 return false;
-            const ssize_t n = ::read(m_read, m_buffer, sizeof m_buffer);
+            const auto left =
+                std::chrono::duration_cast<std::chrono::milliseconds>(limit - Clock::now());
+            const long n = m_child.Read(
+                m_buffer, sizeof m_buffer,
+                static_cast<unsigned long>(std::clamp<long>(left.count(), 0, WAIT_SLICE_MS)));
             if (n > 0)
             {
                 m_filled = static_cast<std::size_t>(n);
@@ -113,86 +90,50 @@ public:
                 byte = m_buffer[0];
                 return true;
             }
-            if (n == 0)
-                return false; // the command closed its output: nothing more will come
-            if (errno == EINTR)
-                continue;
-            if (errno != EAGAIN && errno != EWOULDBLOCK)
+            if (n < 0)
+            {
+                m_closed = true; // the command closed its output: nothing more will come
                 return false;
-            const auto left =
-                std::chrono::duration_cast<std::chrono::milliseconds>(limit - Clock::now());
-            if (left.count() <= 0)
+            }
+            if (left.count() <= WAIT_SLICE_MS)
                 return false;
-            // Short waits keep Ctrl-C responsive.
-            pollfd p{m_read, POLLIN, 0};
-            ::poll(&p, 1, static_cast<int>(std::min<long>(left.count(), 200)));
         }
     }
 
     void Write(unsigned char const* data, unsigned long count) override
     {
-        while (count > 0 && m_write >= 0)
-        {
-            const ssize_t n = ::write(m_write, data, count);
-            if (n < 0 && errno == EINTR)
-                continue;
-            if (n <= 0)
-                return; // the command is gone; reads will time out and end the session
-            data += n;
-            count -= static_cast<unsigned long>(n);
-        }
+        // A command that is gone shows itself through the reads.
+        m_child.Write(data, count);
     }
 
     void Purge() override
     {
         m_next = m_filled = 0;
-        while (::read(m_read, m_buffer, sizeof m_buffer) > 0)
-        {
-        }
+        m_child.DiscardOutput();
     }
 
-    // Closes the line and waits (a few seconds at most) for the command; its exit status.
-    int CloseAndWait()
-    {
-        if (m_read >= 0)
-            ::close(m_read);
-        if (m_write >= 0)
-            ::close(m_write);
-        m_read = m_write = -1;
-        if (m_pid <= 0)
-            return m_status;
-        const auto limit = Clock::now() + std::chrono::seconds(5);
-        int sig = SIGTERM;
-        for (;;)
-        {
-            const pid_t r = ::waitpid(m_pid, &m_status, WNOHANG);
-            if (r == m_pid || r < 0)
-                break;
-            if (Clock::now() > limit)
-            {
-                ::kill(m_pid, sig);
-                sig = SIGKILL;
-            }
-            ::usleep(10000);
-        }
-        m_pid = -1;
-        return m_status;
-    }
+    // Ends the line; a command that finished the session normally gets a moment to exit on
+    // its own. Answers its exit code, -1 when it had to be ended.
+    int Stop(bool sessionOk) { return m_child.Stop(sessionOk ? 5000 : 0); }
 
 private:
-    pid_t m_pid = -1;
-    int m_status = 0;
-    int m_read = -1;
-    int m_write = -1;
+    shared::platform::CChildProcess m_child;
+    bool m_closed = false;
     unsigned char m_buffer[65536];
     std::size_t m_next = 0;
     std::size_t m_filled = 0;
 };
 
-class PortLine : public Line
+class PortLine : public Line, private CSerialPortDevice::ErrorSlot
 {
 public:
-    explicit PortLine(CSerialPortDevice& device) : m_device(device) {}
+    explicit PortLine(CSerialPortDevice& device) : m_device(device)
+    {
+        m_device.ConnectErrorHandler(*this, 128);
+    }
+    ~PortLine() override { CSerialPortDevice::ErrorSlot::DisconnectAll(); }
+
+    bool IsHungUp() const { return m_hungUp; }
 
     bool Read(unsigned char& byte, unsigned long timeoutMs) override
     {
@@ -204,12 +145,14 @@ public:
         const auto limit = Clock::now() + std::chrono::milliseconds(timeoutMs);
         for (;;)
         {
+            // Bytes that arrived before a hang-up are still delivered.
+            const bool hungUp = m_hungUp;
             if (g_interrupted)
                 return false;
             const auto left =
                 std::chrono::duration_cast<std::chrono::milliseconds>(limit - Clock::now());
             const unsigned long wait =
-                static_cast<unsigned long>(std::clamp<long>(left.count(), 0, 200));
+                hungUp ? 0 : static_cast<unsigned long>(std::clamp<long>(left.count(), 0, 200));
             // Whatever the FIFO holds, taken in one go.
             m_filled = m_device.Read(m_buffer, sizeof m_buffer, wait, 0);
             if (m_filled > 0)
@@ -218,14 +161,15 @@ public:
                 byte = m_buffer[0];
                 return true;
             }
-            if (left.count() <= 200)
+            if (hungUp || left.count() <= WAIT_SLICE_MS)
                 return false;
         }
     }
     void Write(unsigned char const* data, unsigned long count) override
     {
         // Long enough for a 20-byte header at 300 baud.
-        m_device.Write(data, count, 5000);
+        if (!m_hungUp)
+            m_device.Write(data, count, 5000);
     }
     void Purge() override
     {
@@ -234,14 +178,24 @@ public:
     }
 
 private:
+    // The device's receive thread reports a line that failed or was hung up once, as an error
+    // (warnings are write timeouts, which the session survives).
+    bool Invoke(int, CSerialPortDevice::EErrorLevel level, unsigned long, char const*) override
+    {
+        if (level != CSerialPortDevice::LEVEL_WARNING)
+            m_hungUp = true;
+        return false;
+    }
+
     CSerialPortDevice& m_device;
+    std::atomic<bool> m_hungUp{false};
     unsigned char m_buffer[4096];
     unsigned long m_next = 0;
     unsigned long m_filled = 0;
 };
 
 // ---------------------------------------------------------------------------------------------
-// The file store
+// The receiver: the library's file store plus progress lines
 
 struct Totals
 {
@@ -261,82 +215,30 @@ std::string HumanRate(double bytesPerSecond)
     return text;
 }
 
-// Turns the sender's name into a path inside the target directory, or an empty path when the
-// name cannot be placed safely there (absolute paths become relative; ".." is refused).
-fs::path SafeRelativePath(const std::string& name)
-{
-    fs::path result;
-    std::string part;
-    auto flush = [&]() -> bool
-    {
-        if (part == "..")
-            return false;
-        if (!part.empty() && part != ".")
-            result /= part;
-        part.clear();
-        return true;
-    };
-    for (char c : name)
-    {
-        if (c == '/' || c == '\\')
-        {
-            if (!flush())
-                return {};
-        }
-        else
-            part += (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) ? '_' : c;
-    }
-    if (!flush())
-        return {};
-    return result;
-}
-
 class WardenZModem : public CZModem
 {
 public:
-    WardenZModem(Line& line, fs::path directory, bool overwrite, bool quiet, E_ZMODEM_FLAGS flags)
-        : CZModem(flags), m_line(line), m_directory(std::move(directory)), m_overwrite(overwrite),
-          m_quiet(quiet)
+    WardenZModem(Line& line, const std::string& directory, bool overwrite, bool quiet,
+                 E_ZMODEM_FLAGS flags)
+        : CZModem(flags), m_line(line), m_store(directory, overwrite), m_quiet(quiet),
+          m_terminal(::isatty(STDERR_FILENO) == 1)
     {
     }
-    ~WardenZModem() override { Abandon(); }
 
     Totals totals;
 
 protected:
     bool ZCreateFile(char const* name, bool binary, bool append) override
     {
-        Abandon();
-        m_name = name;
-        m_binary = binary;
-        m_pendingCR = false;
-        m_writeError = false;
-        const fs::path relative = SafeRelativePath(name);
-        if (relative.empty())
-            return Skip("unsafe name");
-        m_target = m_directory / relative;
-        std::error_code ec;
-        const bool exists = fs::exists(fs::symlink_status(m_target, ec));
-        if (exists && !m_overwrite)
-            return Skip("exists (use --overwrite to replace it)");
-        fs::create_directories(m_target.parent_path(), ec);
-        if (ec)
-            return Skip("cannot create folder: " + ec.message());
-        std::string pattern =
-            (m_target.parent_path() / ("." + m_target.filename().string() + ".zmodem-XXXXXX"))
-                .string();
-        m_fd = ::mkstemp(pattern.data());
-        if (m_fd < 0)
-            return Skip(std::string("cannot create file: ") + std::strerror(errno));
-        m_temporary = pattern;
-        if (append && exists)
+        // Everything the sender names is shown only in printable form.
+        m_name = CZModemFileStore::Printable(name);
+        if (!m_store.Create(name, binary, append))
         {
-            // Appending keeps the old content: it is copied into the new file first.
-            std::error_code copyError;
-            fs::copy_file(m_target, m_temporary, fs::copy_options::overwrite_existing, copyError);
-            ::lseek(m_fd, 0, SEEK_END);
-            if (copyError)
-                return Skip("cannot copy the file to append to: " + copyError.message());
+            const std::string& why = m_store.GetReason();
+            ++totals.skipped;
+            Finish("skipped, " + (why == "exists" ? "exists (use --overwrite to replace it)" : why),
+                   false);
+            return false;
         }
         m_start = Clock::now();
         m_lastProgress = Clock::time_point{};
@@ -346,81 +248,31 @@ protected:
 
     void ZWriteData(unsigned char const* data, unsigned long count) override
     {
-        if (m_binary)
-            Put(data, count);
-        else
-        {
-            // Text: CR LF becomes LF; a lone CR stays.
-            for (unsigned long i = 0; i < count; ++i)
-            {
-                const unsigned char c = data[i];
-                if (m_pendingCR && c != '\n')
-                {
-                    static const unsigned char cr = '\r';
-                    Put(&cr, 1);
-                }
-                m_pendingCR = c == '\r';
-                if (!m_pendingCR)
-                    Put(&c, 1);
-            }
-        }
-        m_received += count;
+        m_store.Write(data, count);
         Progress(false);
     }
 
     bool ZCloseFile(unsigned long modificationTime, int mode) override
     {
-        if (m_fd < 0)
+        if (!m_store.IsOpen())
             return true;
         if (!IsClosingAtEndOfFile())
         {
-            Finish("incomplete, not kept");
+            m_store.Abandon();
             ++totals.failed;
-            Abandon();
+            Finish("incomplete, not kept", true);
             return true;
         }
-        if (m_pendingCR)
-        {
-            static const unsigned char cr = '\r';
-            Put(&cr, 1);
-        }
-        Flush();
-        const mode_t mask = ::umask(0);
-        ::umask(mask);
-        const mode_t permissions = (mode != 0 ? static_cast<mode_t>(mode) & 0777 : 0666) & ~mask;
-        bool ok = !m_writeError && ::fchmod(m_fd, permissions) == 0 && ::fsync(m_fd) == 0;
-        if (ok && modificationTime != 0)
-        {
-            const timespec times[2] = {{0, UTIME_OMIT}, {static_cast<time_t>(modificationTime), 0}};
-            ::futimens(m_fd, times);
-        }
-        ok = ::close(m_fd) == 0 && ok;
-        m_fd = -1;
-        if (ok)
-        {
-            // Without --overwrite, link() refuses a file that appeared meanwhile.
-            if (m_overwrite)
-                ok = ::rename(m_temporary.c_str(), m_target.c_str()) == 0;
-            else
-                ok = ::link(m_temporary.c_str(), m_target.c_str()) == 0;
-        }
-        const std::string reason = ok ? "" : std::strerror(errno);
-        const unsigned long long received = m_received;
         Progress(true);
-        Abandon();
-        if (!ok)
+        if (!m_store.Publish(modificationTime, mode))
         {
-            m_received = received;
-            Finish("cannot be stored: " + reason);
-            m_received = 0;
             ++totals.failed;
+            Finish("cannot be stored: " + m_store.GetReason(), true);
             return false;
         }
-        m_received = received;
-        Finish("received");
-        m_received = 0;
         ++totals.received;
-        totals.bytes += received;
+        totals.bytes += m_store.GetBytesReceived();
+        Finish("received", true);
         return true;
     }
 
@@ -435,56 +287,6 @@ protected:
     void ZPurgeInput() override { m_line.Purge(); }
 
 private:
-    bool Skip(const std::string& why)
-    {
-        Abandon();
-        ++totals.skipped;
-        if (!m_quiet)
-            std::cerr << ClearLine() << m_name << ": skipped, " << why << '\n';
-        return false;
-    }
-
-    void Put(unsigned char const* data, unsigned long count)
-    {
-        if (m_used + count > sizeof m_buffer)
-            Flush();
-        std::memcpy(m_buffer + m_used, data, count);
-        m_used += count;
-    }
-
-    void Flush()
-    {
-        unsigned char const* p = m_buffer;
-        while (m_used > 0 && m_fd >= 0 && !m_writeError)
-        {
-            const ssize_t n = ::write(m_fd, p, m_used);
-            if (n < 0 && errno == EINTR)
-                continue;
-            if (n <= 0)
-            {
-                // Reported when the file ends; the session then fails rather than keep it.
-                m_writeError = true;
-                break;
-            }
-            p += n;
-            m_used -= static_cast<std::size_t>(n);
-        }
-        m_used = 0;
-    }
-
-    // Drops the temporary file of an unfinished one.
-    void Abandon()
-    {
-        if (m_fd >= 0)
-            ::close(m_fd);
-        m_fd = -1;
-        m_used = 0;
-        if (!m_temporary.empty())
-            ::unlink(m_temporary.c_str());
-        m_temporary.clear();
-        m_received = 0;
-    }
-
     void Progress(bool final)
     {
         if (m_quiet || !m_terminal)
@@ -494,39 +296,31 @@ private:
             return;
         m_lastProgress = now;
         const double seconds = std::chrono::duration<double>(now - m_start).count();
-        std::cerr << "\r\033[K" << m_name << "  " << m_received;
+        const auto received = m_store.GetBytesReceived();
+        std::cerr << "\r\033[K" << m_name << "  " << received;
         if (GetFileLength() > 0)
             std::cerr << " / " << GetFileLength();
         std::cerr << " bytes";
         if (seconds > 0.05)
-            std::cerr << "  " << HumanRate(static_cast<double>(m_received) / seconds);
+            std::cerr << "  " << HumanRate(static_cast<double>(received) / seconds);
         std::cerr << std::flush;
     }
 
-    const char* ClearLine() const { return m_terminal ? "\r\033[K" : ""; }
-
-    void Finish(const std::string& outcome)
+    void Finish(const std::string& outcome, bool withBytes)
     {
-        if (!m_quiet)
-            std::cerr << ClearLine() << m_name << ": " << outcome << " (" << m_received
-                      << " bytes)\n";
+        if (m_quiet)
+            return;
+        std::cerr << (m_terminal ? "\r\033[K" : "") << m_name << ": " << outcome;
+        if (withBytes)
+            std::cerr << " (" << m_store.GetBytesReceived() << " bytes)";
+        std::cerr << '\n';
     }
 
     Line& m_line;
-    fs::path m_directory;
-    bool m_overwrite;
+    CZModemFileStore m_store;
     bool m_quiet;
     bool m_terminal; // the progress line is redrawn in place only on a terminal
     std::string m_name;
-    fs::path m_target;
-    std::string m_temporary;
-    int m_fd = -1;
-    bool m_binary = true;
-    bool m_pendingCR = false;
-    bool m_writeError = false;
-    unsigned long long m_received = 0;
-    unsigned char m_buffer[1 << 16];
-    std::size_t m_used = 0;
     Clock::time_point m_start{};
     Clock::time_point m_lastProgress{};
 };
@@ -562,10 +356,11 @@ void RunReceive(const Options& options)
     using Device = CSerialPortDevice;
     std::unique_ptr<Device> device;
     std::unique_ptr<Line> line;
-    CommandPipe* command = nullptr;
+    CommandLine* command = nullptr;
+    PortLine* portLine = nullptr;
     if (!options.command.empty())
     {
-        auto owned = std::make_unique<CommandPipe>(options.command);
+        auto owned = std::make_unique<CommandLine>(options.command);
         command = owned.get();
         line = std::move(owned);
     }
@@ -598,7 +393,9 @@ void RunReceive(const Options& options)
             throw warden::Failure("cannot open COM" + std::to_string(port) + " (" +
                                   Device::GetDevicePath(port) + "): error " + std::to_string(code));
         device->PurgeInput();
-        line = std::make_unique<PortLine>(*device);
+        auto owned = std::make_unique<PortLine>(*device);
+        portLine = owned.get();
+        line = std::move(owned);
         if (!options.quiet)
             std::cerr << "warden: waiting for a ZModem sender on COM" << port << " ("
                       << Device::GetDevicePath(port) << ")\n";
@@ -619,7 +416,7 @@ void RunReceive(const Options& options)
     std::signal(SIGTERM, previousTerm);
     int status = 0;
     if (command != nullptr)
-        status = command->CloseAndWait();
+        status = command->Stop(ok);
     if (device)
         device->Close();
 
@@ -635,12 +432,15 @@ void RunReceive(const Options& options)
         std::cout << ", " << t.failed << " failed";
     std::cout << '\n';
 
+    if (!ok && portLine != nullptr && portLine->IsHungUp())
+        throw warden::Failure("transfer failed; the line was hung up");
     if (!ok)
         throw warden::Failure(g_interrupted ? "transfer interrupted; the sender was told to stop"
                                             : "transfer failed; the sender was told to stop");
-    if (command != nullptr && WIFEXITED(status) && WEXITSTATUS(status) != 0)
-        throw warden::Failure("the command exited with status " +
-                              std::to_string(WEXITSTATUS(status)));
+    if (command != nullptr && status != 0)
+        throw warden::Failure(status > 0
+                                  ? "the command exited with status " + std::to_string(status)
+                                  : std::string("the command did not exit by itself"));
     if (t.failed > 0 || t.skipped > 0)
         warden::SetExitCode(2);
 }

@@ -40,30 +40,29 @@ private:
 
 template <class Call> bool CBaseSignal::Emit(Call&& call)
 {
-    CSigSlotIterator iterator(*this);
+    CSigSlotIterator iterator(*this, CSigSlotIterator::KeepLocked{});
     CSigSlotMutex& lock = iterator.GetLock();
-    lock.Lock();
-    while (CSigSlotCollection* peer = iterator.GetNext())
+    bool handled = false;
+    while (!handled)
     {
-        auto* slot = static_cast<CBaseSlot*>(peer);
+        auto* slot = static_cast<CBaseSlot*>(iterator.StepLocked());
+        if (slot == nullptr)
+        {
+            break;
+        }
         E_SigSlotReentrancyMode mode;
         if (slot->Enter(mode))
         {
             continue;
         }
         lock.Unlock();
-        bool handled = false;
         if (slot->Admit(mode))
         {
             handled = call(*slot);
             slot->Leave(mode);
         }
-        if (handled)
-        {
-            return true;
-        }
         lock.Lock();
     }
-    lock.Unlock();
-    return false;
+    iterator.FinishLocked();
+    return handled;
 }

@@ -164,6 +164,16 @@ public:
     void PurgeInput();
     unsigned long GetBytesReady() const;
 
+    // Off by default: a full FIFO loses what does not fit and reports LINE_OVERRUN. On, the
+    // receive thread leaves bytes that do not fit in the driver until the reader makes room, so
+    // the driver's own flow control (or a pseudo-terminal's full buffer) holds the sender back
+    // and nothing is lost however slowly the FIFO is read. Kept across Open and Close.
+    void SetHoldInputWhenFull(bool hold) { m_bHoldInput = hold; }
+    bool GetHoldInputWhenFull() const { return m_bHoldInput.load(); }
+    // True once the open line has hung up or failed for good (the far end of a pseudo-terminal
+    // closed, a USB adapter pulled out); the error signal said so once. Cleared by Open.
+    bool IsLineLost() const { return m_bLineLost.load(); }
+
     // True when every byte went out within timeoutMs; false after a report ("Write timeout" with
     // 1460 at LEVEL_WARNING when the line would not take the bytes in time).
     bool Write(void const* buffer, unsigned long count, unsigned long timeoutMs);
@@ -188,7 +198,7 @@ public:
 private:
     using ErrorSignal = CSignal4<int, EErrorLevel, unsigned long, char const*>;
 
-    void StartReceiveThread();
+    unsigned long StartReceiveThread();
     void StopReceiveThread(unsigned long timeoutMs);
     void ReceiveThreadProc();
     void AcquirePortFromReceiveThread();
@@ -205,6 +215,8 @@ private:
     unsigned long GetModemBit(char const* operation, unsigned long bit, bool& on);
     unsigned long SetLine(char const* operation, char const* message, bool rts, bool on);
     bool ReadAvailable(bool useMarks, unsigned long& events, unsigned long& errors);
+    // Bytes the FIFO can still take when input is held back, else the largest read.
+    unsigned long ReadRoom() const;
     void TakeToken();
     void GiveToken();
     void ClearErrorState() { m_dwErrors.store(0); }
@@ -221,6 +233,8 @@ private:
     // Callers waiting for or holding the port; the receive thread lends it while this is not 0.
     std::atomic<int> m_nPortRequests{0};
     std::atomic<bool> m_bStop{false};
+    std::atomic<bool> m_bHoldInput{false};
+    std::atomic<bool> m_bLineLost{false};
     // The port token, an auto-reset event: whoever has taken it owns the port.
     std::mutex m_tokenLock;
     std::condition_variable m_tokenChanged;

@@ -1,9 +1,11 @@
 #pragma once
 
-#include <shared/comms/CSigSlotMutex.h>
+#include <atomic>
 #include <shared/platform/Export.h>
 
-// A counter guarded by its own lock: the busy flag and the count of calls in progress of a slot.
+// A counter shared between threads: the busy flag and the count of calls in progress of a slot.
+// Every emission touches both for every slot, so they are single atomic words rather than a
+// value behind a lock.
 class SHARED_API CSigSlotInterlock
 {
 public:
@@ -11,10 +13,11 @@ public:
     CSigSlotInterlock(CSigSlotInterlock const& other) : m_lValue(other.Get()) {}
     CSigSlotInterlock& operator=(CSigSlotInterlock const& other);
 
-    long Inc();
-    long Dec();
-    long Get() const;
-    void Set(long value);
+    long Inc() { return m_lValue.fetch_add(1) + 1; }
+    long Dec() { return m_lValue.fetch_sub(1) - 1; }
+    long Get() const { return m_lValue.load(); }
+    // A release store: whoever later reads the new value also sees what was written before it.
+    void Set(long value) { m_lValue.store(value, std::memory_order_release); }
     // Stores value only when the counter equals expected; returns the value found.
     long CmpSet(long expected, long value);
     // Polls every millisecond until the counter equals value; used only while a slot is dying,
@@ -22,6 +25,5 @@ public:
     void WaitUntil(long value) const;
 
 private:
-    long m_lValue;
-    mutable CSigSlotMutex m_lock;
+    std::atomic<long> m_lValue;
 };

@@ -10,6 +10,12 @@ class SHARED_API CSigSlotIterator
 {
 public:
     explicit CSigSlotIterator(CSigSlotCollection& collection);
+    // For an emission: takes the collection's lock and keeps it, so that the walk pays for one
+    // lock per slot (the one released around each call) instead of one per step.
+    struct KeepLocked
+    {
+    };
+    CSigSlotIterator(CSigSlotCollection& collection, KeepLocked);
     virtual ~CSigSlotIterator();
     CSigSlotIterator(CSigSlotIterator const&) = delete;
     CSigSlotIterator& operator=(CSigSlotIterator const&) = delete;
@@ -21,6 +27,20 @@ public:
 
     // The collection's lock, alive as long as the iterator is.
     CSigSlotMutex& GetLock() const { return *m_pLock; }
+
+    // GetNext for a caller that holds the collection's lock.
+    CSigSlotCollection* StepLocked()
+    {
+        if (m_pCollection == nullptr || m_bAtEnd)
+        {
+            return nullptr;
+        }
+        m_pCurrent = m_pCurrent == nullptr ? m_pCollection->m_pFirst : m_pCurrent->GetNext();
+        m_bAtEnd = m_pCurrent == nullptr;
+        return m_bAtEnd ? nullptr : m_pCurrent->GetData();
+    }
+    // Ends an iterator made with KeepLocked while its lock is held, and releases the lock.
+    void FinishLocked();
 
 private:
     friend class CSigSlotCollection;
@@ -36,5 +56,6 @@ private:
     CSigSlotCollectionItem* m_pCurrent = nullptr;
     // Once the end has been reached, GetNext keeps answering null instead of starting over.
     bool m_bAtEnd = false;
+    bool m_bFinished = false;
     std::shared_ptr<CSigSlotMutex> m_pLock;
 };

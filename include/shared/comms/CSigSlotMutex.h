@@ -1,10 +1,15 @@
 #pragma once
 
-#include <mutex>
+#include <atomic>
 #include <shared/platform/Export.h>
+#include <thread>
 
 // The recursive lock of every signal and slot. Recursive because a slot may connect, disconnect
 // or emit from inside a call that already holds the lock further up the stack.
+//
+// An emission releases and retakes its signal's lock around every slot it calls, so the lock is
+// inline and takes one atomic step each way when nobody else wants it; a thread that finds it
+// taken sleeps on the word itself (a futex on Linux).
 class SHARED_API CSigSlotMutex
 {
 public:
@@ -13,9 +18,52 @@ public:
     CSigSlotMutex(CSigSlotMutex const&) : CSigSlotMutex() {}
     CSigSlotMutex& operator=(CSigSlotMutex const&) { return *this; }
 
-    void Lock() { m_mutex.lock(); }
-    void Unlock() { m_mutex.unlock(); }
-    bool TryLock() { return m_mutex.try_lock(); }
+    void Lock()
+    {
+        std::thread::id const self = std::this_thread::get_id();
+        // Only this thread can have stored its own id, so a relaxed read is enough to tell.
+        if (m_owner.load(std::memory_order_relaxed) == self)
+        {
+            ++m_uDepth;
+            return;
+        }
+        int expected = kFree;
+        if (!m_state.compare_exchange_strong(expected, kLocked, std::memory_order_acquire))
+        {
+            LockContended();
+        }
+        m_owner.store(self, std::memory_order_relaxed);
+        m_uDepth = 1;
+    }
+    void Unlock()
+    {
+        if (--m_uDepth != 0)
+        {
+            return;
+        }
+        m_owner.store(std::thread::id(), std::memory_order_relaxed);
+        if (m_state.exchange(kFree, std::memory_order_release) == kContended)
+        {
+            m_state.notify_one();
+        }
+    }
+    bool TryLock()
+    {
+        std::thread::id const self = std::this_thread::get_id();
+        if (m_owner.load(std::memory_order_relaxed) == self)
+        {
+            ++m_uDepth;
+            return true;
+        }
+        int expected = kFree;
+        if (!m_state.compare_exchange_strong(expected, kLocked, std::memory_order_acquire))
+        {
+            return false;
+        }
+        m_owner.store(self, std::memory_order_relaxed);
+        m_uDepth = 1;
+        return true;
+    }
 
     // Standard Lockable spelling, so std::lock_guard and std::scoped_lock work with it.
     void lock() { Lock(); }
@@ -23,5 +71,20 @@ public:
     bool try_lock() { return TryLock(); }
 
 private:
-    std::recursive_mutex m_mutex;
+    static constexpr int kFree = 0;
+    static constexpr int kLocked = 1;
+    static constexpr int kContended = 2; // locked, and someone may be sleeping on it
+
+    void LockContended()
+    {
+        // Marking the word contended before sleeping makes the holder's Unlock wake us.
+        while (m_state.exchange(kContended, std::memory_order_acquire) != kFree)
+        {
+            m_state.wait(kContended, std::memory_order_relaxed);
+        }
+    }
+
+    std::atomic<int> m_state{kFree};
+    std::atomic<std::thread::id> m_owner{};
+    unsigned m_uDepth = 0; // touched only by the owner
 };

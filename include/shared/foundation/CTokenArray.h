@@ -35,6 +35,13 @@ public:
     // first zero character, whichever comes first. Lets a caller tokenize part of a buffer (a
     // sentence body between its frame characters) without copying it.
     int TokenizeString(std::string_view text, char const* separators, E_TokenizeMode mode);
+
+    // The tokens TokenizeString would store, as views into text, without storing them: nothing
+    // is allocated or copied. Only for modes that keep quotes and escapes (with TM_QUOTES), where
+    // every token is a run of the text. Returns the number of tokens, or -1 when the mode does
+    // not allow views or the text has more than capacity tokens.
+    static int SplitInPlace(std::string_view text, char const* separators, E_TokenizeMode mode,
+                            std::string_view* tokens, int capacity);
 };
 
 // Combining mode bits keeps the enumeration type, so callers need no casts.

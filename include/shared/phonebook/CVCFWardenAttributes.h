@@ -8,6 +8,9 @@ class SHARED_API CVCFWardenAttributes : public CVCFTextProperty
 public:
     CVCFWardenAttributes() = default;
     explicit CVCFWardenAttributes(const CString& value) : CVCFTextProperty(value) {}
+    // Without it a string literal would convert to bool before CString and pick the flag
+    // constructor: CVCFWardenAttributes("WardenWarnings=False") would mean True.
+    explicit CVCFWardenAttributes(const char* value) : CVCFTextProperty(value) {}
     explicit CVCFWardenAttributes(bool wardenWarnings);
 
     CString GetName() const override;

@@ -1,13 +1,13 @@
 #pragma once
 
-#include <list>
+#include <cstddef>
 #include <shared/comms/CSignal2.h>
 #include <shared/foundation/Cint64.h>
 #include <shared/framework/CObject.h>
 #include <shared/framework/COleDateTime.h>
 #include <shared/framework/CString.h>
 #include <shared/platform/Export.h>
-#include <unordered_map>
+#include <vector>
 
 // A named group of item identifiers (phonebook entries or user places), in insertion order.
 // Every insertion and removal request is announced on the change signal: "A" for added (also
@@ -25,6 +25,8 @@ public:
     // name, id, time stamp and listeners. Assigning to a non-empty set therefore gives the union
     // in list form; callers rely on that to merge sets, so it stays.
     CSet& operator=(const CSet& other);
+    // Takes the members, cursor, name, id, time stamp and listeners; the source is left empty.
+    CSet(CSet&& other);
     ~CSet() override;
 
     Cint64 GetSetId() const { return m_SetId; }
@@ -57,15 +59,39 @@ public:
     void Serialize(CArchive& ar) override;
 
 private:
+    // One slot of the membership index: an id and how often the member list holds it (zero
+    // marks a free slot).
+    struct IndexSlot
+    {
+        unsigned long long key = 0;
+        int count = 0;
+    };
+    // The cursor past the end. It stays there when members are appended later, as a list's end
+    // position would.
+    static constexpr std::size_t npos = static_cast<std::size_t>(-1);
+
     void AppendMember(Cint64 id);
+    IndexSlot* FindSlot(unsigned long long key);
+    const IndexSlot* FindSlot(unsigned long long key) const;
+    // The slot holding key, claimed for it (with a zero count) when key is new.
+    IndexSlot& SlotFor(unsigned long long key);
+    void UncountMember(IndexSlot* slot);
+    void GrowIndex();
 
     Cint64 m_SetId;
     CString m_SetName;
     COleDateTime m_LastUpdated;
-    std::list<Cint64> m_Members;
-    std::list<Cint64>::iterator m_Cursor;
-    // Count of each member, so membership tests do not walk the list; the list keeps the order
-    // and any duplicates an assignment brought in.
-    std::unordered_map<unsigned long long, int> m_MemberCounts;
+    std::vector<Cint64> m_Members;
+    std::size_t m_Cursor = npos;
+    // Counts of each member in an open-addressed table (linear probing, power-of-two size, at
+    // most half full), so membership tests do not walk the list and a load allocates per set
+    // rather than per member; the list keeps the order and any duplicates an assignment
+    // brought in.
+    std::vector<IndexSlot> m_Index;
+    std::size_t m_IndexUsed = 0;
+    // False while no listener can be connected, so that loading a set read from a file need
+    // not emit one signal per member to nobody. Connecting, or copying a signal that may
+    // have listeners, sets it.
+    bool m_MayHaveListeners = false;
     CSignal2<const Cint64, const char> m_Signal;
 };

@@ -62,6 +62,11 @@ public:
 private:
     using SetMap = std::map<Cint64, CSet>;
 
+    // AddSet's rules, with the held set made by makeHeld (a copy, or the read set moved in).
+    template <typename MakeHeld> Cint64 Store(CSet& set, MakeHeld makeHeld);
+    // Assignment from a collection about to be thrown away: its sets are moved, not copied.
+    void TakeFrom(CSetCollection& other);
+
     SetMap m_Sets;
     SetMap::iterator m_Cursor;
     COleDateTime m_LastUpdated;

@@ -32,6 +32,22 @@ public:
     // Note: the deletion time, not the creation time, is set to UTC now here. Callers have long
     // read it as "time the object was made" and the creation time is left at day 0, so it stays.
     CUserPlace();
+
+    // While one of these lives on a thread, places constructed there take its instant (UTC now
+    // when it was made) as their deletion time instead of reading the clock each: a collection
+    // load makes every place of the file in one go.
+    class SHARED_API CSharedInstant
+    {
+    public:
+        CSharedInstant();
+        ~CSharedInstant();
+        CSharedInstant(const CSharedInstant&) = delete;
+        CSharedInstant& operator=(const CSharedInstant&) = delete;
+
+    private:
+        COleDateTime m_Now;
+        const COleDateTime* m_pOuter;
+    };
     CUserPlace(const CUserPlace& other);
     CUserPlace& operator=(const CUserPlace& other);
     CUserPlace(CUserPlace&& other) noexcept;

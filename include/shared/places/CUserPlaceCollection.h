@@ -73,6 +73,10 @@ public:
 private:
     using PlaceMap = std::map<Cint64, CUserPlace>;
 
+    // AddUserPlace without the time stamp.
+    bool Insert(Cint64 id, CUserPlace&& place);
+    void TakePlacesFrom(CUserPlaceCollection& other);
+
     PlaceMap m_Places;
     PlaceMap::iterator m_Cursor;
     COleDateTime m_LastUpdated;

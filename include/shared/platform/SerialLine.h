@@ -14,6 +14,7 @@
 //     see line errors or breaks.
 
 #include <shared/platform/Export.h>
+#include <shared/platform/WakeDescriptor.h>
 #include <string>
 
 namespace shared::platform
@@ -43,6 +44,14 @@ struct SerialLineMarks
 {
     unsigned long breaks = 0;
     unsigned long errors = 0; // bytes received with a parity or framing error
+};
+
+// What ended a CSerialLine::Wait; several may be set at once, none when the time ran out.
+enum SerialWaitEvents : unsigned
+{
+    kSerialReadable = 0x1,    // bytes (or a hang-up, which the next Read reports) are waiting
+    kSerialModemChange = 0x2, // a modem line changed (where the host can tell; Linux cannot)
+    kSerialWoken = 0x4,       // the wake object was signalled
 };
 
 // Removes the driver's PARMRK marks from received bytes, keeping its state across reads so that
@@ -110,6 +119,14 @@ public:
     unsigned long WaitWritable(unsigned long timeoutMs, bool& ready) const;
     void DiscardOutput();
     void DiscardInput();
+
+    // The receive thread's sleep: until the line is readable (only when watchInput), a modem
+    // line changes, wake is signalled, or timeoutMs passes (0xFFFFFFFF: never). events tells
+    // which; 0 or a Windows error code for a wait that failed. A host that cannot wait for
+    // modem changes never reports them, and its caller polls the counters on a timeout; one
+    // that can (Windows, WaitCommEvent on an overlapped handle) reports them here.
+    unsigned long Wait(CWakeDescriptor& wake, bool watchInput, unsigned long timeoutMs,
+                       unsigned& events);
 
 private:
     int m_fd = -1;

@@ -9,8 +9,10 @@
 //   3. /dev/ttyS<n-1>, the kernel's name for the n-th on-board UART.
 // So a USB adapter or a pseudo-terminal can serve as any COM number without changing callers.
 
+#include <set>
 #include <shared/platform/Export.h>
 #include <string>
+#include <vector>
 
 namespace shared::platform
 {
@@ -27,5 +29,13 @@ SHARED_API std::string DefaultSerialPortDevicePath(int port);
 
 // The environment variable consulted for port: SHARED_COM<port>.
 SHARED_API std::string SerialPortEnvironmentName(int port);
+
+// COM numbers that SHARED_COM<n> variables name, in order (they may lie outside any range a
+// caller scans).
+SHARED_API std::vector<int> SerialPortsFromEnvironment();
+
+// Serial devices of this host that none of the given paths is: USB and modem-class adapters
+// (/dev/ttyUSB*, /dev/ttyACM*), which no COM number names by default. Sorted.
+SHARED_API std::vector<std::string> UnmappedSerialDevices(std::set<std::string> const& mapped);
 
 } // namespace shared::platform

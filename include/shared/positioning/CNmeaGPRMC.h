@@ -4,6 +4,7 @@
 #include <shared/framework/COleDateTime.h>
 #include <shared/platform/Export.h>
 #include <shared/positioning/CNmeaSentence.h>
+#include <string_view>
 
 // The recommended-minimum fix $GPRMC,hhmmss,A,ddmm.mm,N,dddmm.mm,E,knots,course,ddmmyy,var,E,m.
 class SHARED_API CNmeaGPRMC : public CNmeaSentence
@@ -47,6 +48,11 @@ private:
     CNmeaGPRMC();
 
     E_NMEAParseResult Decode(CTokenArray const& tokens, int count) override;
+    // Decode on the fields as views: the sentence factory splits a position report in place,
+    // so decoding one copies no field. Only the first kFieldsRead fields are looked at.
+    friend class CNmeaSentence;
+    static constexpr int kFieldsRead = 13;
+    E_NMEAParseResult DecodeFields(std::string_view const* field, int count);
     void SetValid(E_ValidParts parts);
 
     std::uint32_t m_dwValid;

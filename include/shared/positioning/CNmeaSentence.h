@@ -2,6 +2,7 @@
 
 #include <shared/framework/CString.h>
 #include <shared/platform/Export.h>
+#include <string_view>
 
 class CTokenArray;
 
@@ -53,6 +54,8 @@ protected:
 
     // Checks the frame and checksum of text and splits its body into tokens.
     static E_NMEAParseResult Tokenize(char const* text, CTokenArray& tokens);
+    // The frame checks of Tokenize; on success body is the text between "$" and "*".
+    static E_NMEAParseResult CheckFrame(char const* text, std::string_view& body);
 
     // n characters read as a decimal number without checking that they are digits (the callers
     // check the values), as the device software does. n = 0 gives 0.
