@@ -1,7 +1,7 @@
 # Windows-specific build glue, included from the top-level CMakeLists.txt. One source tree serves
 # both platforms: a file in src/platform/win32/ replaces the file of the same name in
-# src/platform/ when building for Windows, files in src/platform/win32/ are never built elsewhere,
-# and src/platform/win32/ files without a POSIX namesake are simply added.
+# src/platform/ when building for Windows, src/platform/*Posix.cpp files are left out there, files
+# in src/platform/win32/ are never built elsewhere, and those without a namesake are added.
 
 # Picks the sources of a folder for the platform being built. `sources_var` holds the folder's
 # globbed sources on entry and the chosen ones on return.
@@ -17,6 +17,9 @@ function(shared_platform_sources sources_var folder)
             get_filename_component(name ${windows_source} NAME)
             list(REMOVE_ITEM sources ${PROJECT_SOURCE_DIR}/src/platform/${name})
         endforeach()
+        # A POSIX-only backend named *Posix.cpp is left out whole; its Windows counterpart sits
+        # in win32/ under a name of its own.
+        list(FILTER sources EXCLUDE REGEX "Posix\\.cpp$")
         list(APPEND sources ${windows_sources})
     endif()
     set(${sources_var} ${sources} PARENT_SCOPE)
