@@ -1,3 +1,6 @@
+#include "HostWindow.h"
+
+#include <atomic>
 #include <mutex>
 #include <shared/platform/HostHooks.h>
 #include <utility>
@@ -21,7 +24,18 @@ MessageBoxSink& BoxSink()
     static MessageBoxSink sink;
     return sink;
 }
+std::atomic<void*> g_mainWindow{nullptr};
 } // namespace
+
+void SetMainWindowHandle(void* window)
+{
+    g_mainWindow = window;
+}
+
+void* GetMainWindowHandle()
+{
+    return g_mainWindow;
+}
 
 MainWindowSink SetMainWindowSink(MainWindowSink sink)
 {
@@ -38,7 +52,7 @@ MessageBoxSink SetMessageBoxSink(MessageBoxSink sink)
 bool HasMainWindow()
 {
     std::lock_guard lock(HookLock());
-    return static_cast<bool>(WindowSink());
+    return static_cast<bool>(WindowSink()) || g_mainWindow != nullptr;
 }
 
 bool SendToMainWindow(unsigned message, std::uintptr_t wParam, std::intptr_t lParam)
@@ -51,7 +65,7 @@ bool SendToMainWindow(unsigned message, std::uintptr_t wParam, std::intptr_t lPa
         sink = WindowSink();
     }
     if (!sink)
-        return false;
+        return SendToWindow(g_mainWindow, message, wParam, lParam);
     sink(message, wParam, lParam);
     return true;
 }
@@ -64,7 +78,7 @@ bool ShowMessageBox(const std::string& text)
         sink = BoxSink();
     }
     if (!sink)
-        return false;
+        return ShowBoxOverWindow(g_mainWindow, text);
     sink(text);
     return true;
 }

@@ -161,7 +161,12 @@ std::string SystemErrorText(unsigned long code)
     if (const int err = ErrnoFromWinError(code); err != 0)
     {
         char buffer[256] = {};
+#if defined(_WIN32)
+        // The C runtime's thread-safe counterpart; same contract as the XSI strerror_r.
+        return FromStrerror(strerror_s(buffer, sizeof buffer, err), buffer);
+#else
         return FromStrerror(strerror_r(err, buffer, sizeof buffer), buffer);
+#endif
     }
     const auto it =
         std::lower_bound(kMessages.begin(), kMessages.end(), code,

@@ -287,6 +287,7 @@ std::optional<TimeZoneRules> TimeZoneRules::FromZoneFile(const std::string& path
     return FromPosixString(*footer);
 }
 
+#if !defined(_WIN32) // Windows asks GetTimeZoneInformation instead (win32/TimeZoneSource.cpp)
 std::optional<TimeZoneRules> TimeZoneRules::FromEnvironment()
 {
     const char* tz = std::getenv("TZ");
@@ -320,6 +321,7 @@ std::optional<TimeZoneRules> TimeZoneRules::FromEnvironment()
         return std::nullopt;
     return FromPosixString(value);
 }
+#endif
 
 TimeZoneInformation TimeZoneRules::GetInformation(std::int64_t utcNow) const
 {

@@ -1,11 +1,10 @@
+#include "VersionImage.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <fcntl.h>
 #include <memory>
 #include <shared/platform/VersionResource.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace shared::platform
 {
@@ -41,16 +40,6 @@ std::uint32_t Le32(const std::uint8_t* p)
            (static_cast<std::uint32_t>(p[2]) << 16) | (static_cast<std::uint32_t>(p[3]) << 24);
 }
 
-// Random access to the bytes of an image, whether in memory or in a file.
-class ImageSource
-{
-public:
-    virtual ~ImageSource() = default;
-    // Fills out with count bytes from offset; false unless all of them exist.
-    virtual bool Read(std::uint64_t offset, std::size_t count,
-                      std::vector<std::uint8_t>& out) const = 0;
-};
-
 class MemoryImage final : public ImageSource
 {
 public:
@@ -67,35 +56,6 @@ public:
 
 private:
     std::span<const std::uint8_t> m_bytes;
-};
-
-class FileImage final : public ImageSource
-{
-public:
-    explicit FileImage(int fd, std::uint64_t size) : m_fd(fd), m_size(size) {}
-    bool Read(std::uint64_t offset, std::size_t count,
-              std::vector<std::uint8_t>& out) const override
-    {
-        if (offset > m_size || count > m_size - offset)
-            return false;
-        out.resize(count);
-        std::size_t done = 0;
-        while (done < count)
-        {
-            const ssize_t n =
-                ::pread(m_fd, out.data() + done, count - done, static_cast<off_t>(offset + done));
-            if (n < 0 && errno == EINTR)
-                continue;
-            if (n <= 0)
-                return false;
-            done += static_cast<std::size_t>(n);
-        }
-        return true;
-    }
-
-private:
-    int m_fd;
-    std::uint64_t m_size;
 };
 
 struct Section
@@ -387,7 +347,9 @@ std::optional<Node> ParseRoot(std::span<const std::uint8_t> resource)
     return ParseNode(resource, 0, std::min(resource.size(), kMaxVersionBlock));
 }
 
-std::optional<std::vector<std::uint8_t>> Extract(const ImageSource& source)
+} // namespace
+
+std::optional<std::vector<std::uint8_t>> ExtractFromImage(const ImageSource& source)
 {
     PeImage image(source);
     if (!image.Load())
@@ -417,29 +379,9 @@ std::optional<std::vector<std::uint8_t>> Extract(const ImageSource& source)
     return data;
 }
 
-} // namespace
-
 std::optional<std::vector<std::uint8_t>> ExtractVersionResource(std::span<const std::uint8_t> image)
 {
-    return Extract(MemoryImage(image));
-}
-
-std::optional<std::vector<std::uint8_t>> ReadVersionResource(const char* path)
-{
-    if (path == nullptr)
-        return std::nullopt;
-    // Non-blocking so that a FIFO in the path cannot hang the open; regular files ignore it.
-    const int fd = ::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (fd < 0)
-        return std::nullopt;
-    std::optional<std::vector<std::uint8_t>> result;
-    struct stat st
-    {
-    };
-    if (::fstat(fd, &st) == 0 && S_ISREG(st.st_mode))
-        result = Extract(FileImage(fd, static_cast<std::uint64_t>(st.st_size)));
-    ::close(fd);
-    return result;
+    return ExtractFromImage(MemoryImage(image));
 }
 
 std::optional<VersionValue> QueryVersionValue(std::span<const std::uint8_t> resource,

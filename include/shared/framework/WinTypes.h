@@ -8,6 +8,14 @@
 #include <cstddef>
 #include <cstdint>
 
+#if defined(_WIN32)
+// On Windows the real declarations serve, so that code using this library can also include
+// <windows.h>; only what MFC adds on top is declared below.
+#include <tchar.h>
+#include <windows.h>
+using PCXSTR = const char*;
+using PXSTR = char*;
+#else
 using BOOL = int;
 #ifndef TRUE
 #define TRUE 1
@@ -34,10 +42,6 @@ using UINT_PTR = std::size_t;
 using LONG_PTR = std::ptrdiff_t;
 using DWORD_PTR = std::size_t;
 using SIZE_T = std::size_t;
-// A macro rather than an alias so that "unsigned __int64" keeps working as it does in MSVC.
-#if !defined(_MSC_VER) && !defined(__int64)
-#define __int64 long long
-#endif
 
 using CHAR = char;
 using TCHAR = char;
@@ -66,27 +70,12 @@ using LPLONG = LONG*;
 #ifndef PASCAL
 #define PASCAL
 #endif
-#ifndef AFXAPI
-#define AFXAPI
-#endif
 #ifndef WINAPI
 #define WINAPI
 #endif
 #ifndef CALLBACK
 #define CALLBACK
 #endif
-#ifndef AFX_COMDAT
-#define AFX_COMDAT
-#endif
-
-// The OLE automation date: days since 1899-12-30 00:00, the fraction being the time of day.
-using DATE = double;
-
-// An opaque iterator into the framework's lists. Only the list that handed it out can read it.
-struct __POSITION
-{
-};
-using POSITION = __POSITION*;
 
 // Windows' broken-down time (GetSystemTime/GetLocalTime/SetSystemTime). wDayOfWeek counts from
 // 0 = Sunday.
@@ -129,3 +118,24 @@ using LCID = DWORD;
 #ifndef LANG_USER_DEFAULT
 #define LANG_USER_DEFAULT 0x0400
 #endif
+#endif // _WIN32
+
+#ifndef AFXAPI
+#define AFXAPI
+#endif
+#ifndef AFX_COMDAT
+#define AFX_COMDAT
+#endif
+// A macro rather than an alias so that "unsigned __int64" keeps working as it does in MSVC.
+#if !defined(_MSC_VER) && !defined(__int64)
+#define __int64 long long
+#endif
+
+// The OLE automation date: days since 1899-12-30 00:00, the fraction being the time of day.
+using DATE = double;
+
+// An opaque iterator into the framework's lists. Only the list that handed it out can read it.
+struct __POSITION
+{
+};
+using POSITION = __POSITION*;

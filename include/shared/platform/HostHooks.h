@@ -28,14 +28,23 @@ using MainWindowSink = std::function<void(unsigned, std::uintptr_t, std::intptr_
 // Shows a text to the user.
 using MessageBoxSink = std::function<void(const std::string&)>;
 
+// The application's main window (an HWND on Windows, null for none). On Windows, messages then
+// go to it with SendMessageA and texts to MessageBoxA whenever no hook is installed; a process
+// that never names a window (a console tool, a test) never blocks on a message box. Elsewhere the
+// handle is only kept.
+SHARED_API void SetMainWindowHandle(void* window);
+SHARED_API void* GetMainWindowHandle();
+
 // An empty function removes the hook. Returns the hook that was installed before.
 SHARED_API MainWindowSink SetMainWindowSink(MainWindowSink sink);
 SHARED_API MessageBoxSink SetMessageBoxSink(MessageBoxSink sink);
 
 SHARED_API bool HasMainWindow();
-// Hands the message to the installed sink; false when there is none.
+// Hands the message to the installed sink (or the main window, see above); false when there is
+// none.
 SHARED_API bool SendToMainWindow(unsigned message, std::uintptr_t wParam, std::intptr_t lParam);
-// Hands the text to the installed message-box hook; false when there is none.
+// Hands the text to the installed message-box hook (or a message box, see above); false when
+// there is none.
 SHARED_API bool ShowMessageBox(const std::string& text);
 
 // Installs a main-window sink for its own lifetime and puts the previous one back after.
