@@ -21,6 +21,8 @@
 
 // platform
 #include <shared/platform/AtomicFileReplacement.h>
+#include <shared/platform/ChildProcess.h>
+#include <shared/platform/FileSystem.h>
 #include <shared/platform/HostHooks.h>
 #include <shared/platform/SerialLine.h>
 #include <shared/platform/SerialPortPath.h>
@@ -31,12 +33,15 @@
 #include <shared/platform/TimeZoneRules.h>
 #include <shared/platform/UserName.h>
 #include <shared/platform/VersionResource.h>
+#include <shared/platform/ProcessId.h>
+#include <shared/platform/WinTypes.h>
 
 // archive
 #include <shared/archive/CArchive.h>
 
 // foundation
 #include <shared/foundation/CLog.h>
+#include <shared/foundation/CLogLine.h>
 #include <shared/foundation/Cint64.h>
 #include <shared/foundation/CFileVersion.h>
 #include <shared/foundation/CRegistryFuncs.h>
@@ -61,6 +66,7 @@
 #include <shared/positioning/CCoordTransform.h>
 #include <shared/positioning/NGpsToOSGrid.h>
 #include <shared/positioning/CLocation.h>
+#include <shared/positioning/CNmeaLineAssembler.h>
 #include <shared/positioning/CNmeaGPIOP.h>
 #include <shared/positioning/CNmeaGPLOG.h>
 #include <shared/positioning/CNmeaGPRMC.h>
@@ -80,11 +86,13 @@
 #include <shared/comms/CSigSlotInterlock.h>
 #include <shared/comms/CSigSlotIterator.h>
 #include <shared/comms/CSerialPortDevice.h>
+#include <shared/comms/CSerialPortList.h>
 #include <shared/comms/CSigSlotMutex.h>
 #include <shared/comms/CSignal0.h>
 #include <shared/comms/CSignal2.h>
 #include <shared/comms/CSignal4.h>
 #include <shared/comms/CZModem.h>
+#include <shared/comms/CZModemFileStore.h>
 
 // places
 #include <shared/places/CGeofenceSetCollection.h>
@@ -111,3 +119,4 @@
 #include <shared/phonebook/CVCFVersion.h>
 #include <shared/phonebook/CVCFWardenAttributes.h>
 #include <shared/phonebook/CVCard.h>
+#include <shared/phonebook/NPhonebookLimits.h>

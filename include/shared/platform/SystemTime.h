@@ -20,7 +20,7 @@
 
 #include <atomic>
 #include <cstdint>
-#include <shared/framework/WinTypes.h>
+#include <shared/platform/WinTypes.h>
 #include <shared/platform/Export.h>
 
 namespace shared::platform

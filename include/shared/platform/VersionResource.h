@@ -26,7 +26,7 @@
 #if defined(_WIN32)
 #include <windows.h>
 #else
-#include <shared/framework/WinTypes.h>
+#include <shared/platform/WinTypes.h>
 
 // The fixed part of a version resource, as <winver.h> publishes it.
 struct VS_FIXEDFILEINFO
