@@ -22,6 +22,7 @@
 // platform
 #include <shared/platform/AtomicFileReplacement.h>
 #include <shared/platform/ChildProcess.h>
+#include <shared/platform/Environment.h>
 #include <shared/platform/FileSystem.h>
 #include <shared/platform/HostHooks.h>
 #include <shared/platform/SerialLine.h>

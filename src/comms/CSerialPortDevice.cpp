@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <new>
 #include <shared/comms/CSerialPortDevice.h>
+#include <shared/platform/Environment.h>
 #include <shared/platform/SerialPortPath.h>
 #include <shared/platform/SystemError.h>
 #include <system_error>
@@ -48,7 +49,8 @@ constexpr int kLineWatchMs = 50;
 // The debug trace of every report; printed only when SHARED_SERIAL_TRACE is set.
 void Trace(char const* operation, int port, char const* message, unsigned long code)
 {
-    static bool const enabled = std::getenv("SHARED_SERIAL_TRACE") != nullptr;
+    static bool const enabled =
+        shared::platform::GetEnvironmentValue("SHARED_SERIAL_TRACE").has_value();
     if (enabled)
     {
         std::fprintf(stderr, "CSerialPortDevice::%s COM%d - %s (%d)\n", operation, port, message,
