@@ -6,6 +6,7 @@
 // Root keys may be given long (HKEY_CURRENT_USER) or short (HKCU, HKLM, HKCR, HKU, HKCC). NAME ""
 // or "@" is the key's unnamed value. --root DIR works on another store than the default one.
 #include "Command.h"
+#include "Json.h"
 
 #include <cctype>
 #include <cerrno>
@@ -149,7 +150,8 @@ std::vector<std::uint8_t> ParseBinary(const std::string& text)
     return bytes;
 }
 
-void Get(const std::string& root, const std::string& key, const std::string& name, bool withType)
+void Get(const std::string& root, const std::string& key, const std::string& name, bool withType,
+         bool json)
 {
     const KeyPath path = ParseKeyPath(key);
     platform::RegistryValue value;
@@ -163,6 +165,14 @@ void Get(const std::string& root, const std::string& key, const std::string& nam
     }
     if (error != winerror::kSuccess)
         Fail("cannot read " + key, error);
+    if (json)
+    {
+        warden::PrintDocument(warden::Json{{"key", key},
+                                           {"name", name},
+                                           {"type", TypeName(value.type)},
+                                           {"value", Display(value)}});
+        return;
+    }
     if (withType)
         std::cout << TypeName(value.type) << ' ';
     std::cout << Display(value) << '\n';
@@ -195,7 +205,7 @@ void Delete(const std::string& root, const std::string& key, const std::string& 
         Fail("cannot delete from " + key, error);
 }
 
-void List(const std::string& root, const std::string& key)
+void List(const std::string& root, const std::string& key, bool json)
 {
     const KeyPath path = ParseKeyPath(key);
     const platform::RegistryStore store = Store(root);
@@ -209,6 +219,15 @@ void List(const std::string& root, const std::string& key)
     error = store.EnumValues(path.root, path.subKey, values);
     if (error != winerror::kSuccess)
         Fail("cannot list " + key, error);
+    if (json)
+    {
+        warden::Json out{{"key", key}, {"subkeys", subKeys}, {"values", warden::Json::array()}};
+        for (const auto& [name, value] : values)
+            out["values"].push_back(
+                {{"name", name}, {"type", TypeName(value.type)}, {"value", Display(value)}});
+        warden::PrintDocument(out);
+        return;
+    }
     for (const std::string& subKey : subKeys)
         std::cout << subKey << "\\\n";
     for (const auto& [name, value] : values)
@@ -220,6 +239,11 @@ void SetupReg(CLI::App& app)
 {
     auto* reg = app.add_subcommand("reg", "Read and write the library's registry store");
     reg->require_subcommand(1);
+    warden::Help(reg,
+                 {"warden reg set 'HKCU\\Software\\Acme' Port 3 --dword",
+                  "warden reg get 'HKCU\\Software\\Acme' Port --type",
+                  "warden reg list 'HKCU\\Software\\Acme' --json"},
+                 "1 no such key or value, or the store cannot be written");
     auto root = std::make_shared<std::string>();
     reg->add_option("--root", *root,
                     "Store directory (default: $SHARED_REGISTRY_ROOT, else "
@@ -232,6 +256,7 @@ void SetupReg(CLI::App& app)
     auto dword = std::make_shared<bool>(false);
     auto string = std::make_shared<bool>(false);
     auto binary = std::make_shared<bool>(false);
+    auto json = std::make_shared<bool>(false);
     const char* keyHelp = "ROOT\\KEY, e.g. 'HKCU\\Software\\Acme'";
     const char* nameHelp = "Value name (\"\" or @ for the key's unnamed value)";
 
@@ -239,7 +264,8 @@ void SetupReg(CLI::App& app)
     get->add_option("KEY", *key, keyHelp)->required();
     get->add_option("NAME", *name, nameHelp)->required();
     get->add_flag("--type", *withType, "Print the value's type before it");
-    get->callback([=] { Get(*root, *key, *name, *withType); });
+    get->add_flag("--json", *json, "Print JSON: key, name, type and value");
+    get->callback([=] { Get(*root, *key, *name, *withType, *json); });
 
     auto* set = reg->add_subcommand("set", "Write a value, creating the key when missing");
     set->add_option("KEY", *key, keyHelp)->required();
@@ -261,7 +287,8 @@ void SetupReg(CLI::App& app)
 
     auto* list = reg->add_subcommand("list", "List a key's sub-keys and values");
     list->add_option("KEY", *key, keyHelp)->required();
-    list->callback([=] { List(*root, *key); });
+    list->add_flag("--json", *json, "Print JSON: the sub-keys and the values with their types");
+    list->callback([=] { List(*root, *key, *json); });
 }
 
 const warden::Registration registration{"reg", 81, SetupReg};
