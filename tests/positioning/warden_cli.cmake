@@ -56,3 +56,14 @@ if(EXISTS ${warden_cli_real_log})
     warden_cli_test(nmea_real_strict ARGS "nmea|--strict|--any-talker|${warden_cli_real_log}"
                     EXPECTED ch-4711.expected)
 endif()
+add_test(NAME positioning.warden.json_conventions
+         COMMAND ${CMAKE_COMMAND} -DWARDEN=$<TARGET_FILE:warden> -DSOURCE=${PROJECT_SOURCE_DIR}
+                 -DWORK=${CMAKE_CURRENT_BINARY_DIR}/json_conventions
+                 -P ${warden_cli_dir}/json_conventions.cmake)
+set_tests_properties(positioning.warden.json_conventions PROPERTIES LABELS "positioning;cli"
+                     ENVIRONMENT "TZ=UTC0")
+# IANA zone names work as well as POSIX rules.
+if(EXISTS /usr/share/zoneinfo/Europe/London)
+    warden_cli_test(time_iana ARGS "time|--tz|Europe/London|--year|2026")
+endif()
+warden_cli_test(unknown_command ARGS "bogus" EXIT 64 STDERR_MATCH "^warden: unknown command \"bogus\"")
