@@ -29,7 +29,6 @@ function(warden_cli_test name)
 endfunction()
 
 warden_cli_test(nmea_drive ARGS "nmea|${warden_cli_drive}" EXPECTED drive.expected)
-warden_cli_test(nmea_drive_json ARGS "nmea|--json|${warden_cli_drive}" EXPECTED drive.json.expected)
 warden_cli_test(nmea_drive_stdin ARGS "nmea|-" INPUT ${warden_cli_drive} EXPECTED drive.expected)
 warden_cli_test(nmea_strict ARGS "nmea|--strict|${warden_cli_drive}" EXIT 2)
 warden_cli_test(nmea_missing_file ARGS "nmea|${warden_cli_dir}/data/no-such-log.nmea" EXIT 1
@@ -53,8 +52,7 @@ warden_cli_test(nmea_flagged ARGS "nmea|--json|--any-talker|--strict" EXIT 2
 # A real receiver log ($GNRMC, GGA, GSV ...) passes --strict.
 set(warden_cli_real_log ${SHARED_TESTDATA_DIR}/nmea/gpsd/ch-4711.log)
 if(EXISTS ${warden_cli_real_log})
-    warden_cli_test(nmea_real_strict ARGS "nmea|--strict|--any-talker|${warden_cli_real_log}"
-                    EXPECTED ch-4711.expected)
+    warden_cli_test(nmea_real_strict ARGS "nmea|--strict|--any-talker|${warden_cli_real_log}")
 endif()
 add_test(NAME positioning.warden.json_conventions
          COMMAND ${CMAKE_COMMAND} -DWARDEN=$<TARGET_FILE:warden> -DSOURCE=${PROJECT_SOURCE_DIR}
