@@ -7,6 +7,7 @@
 // or "@" is the key's unnamed value. --root DIR works on another store than the default one.
 #include "Command.h"
 #include "Json.h"
+#include "Text.h"
 
 #include <cctype>
 #include <cerrno>
@@ -32,6 +33,11 @@ struct KeyPath
     std::string subKey;
 };
 
+std::string Ansi(const std::string& utf8)
+{
+    return warden::Ansi(utf8).StdString();
+}
+
 KeyPath ParseKeyPath(const std::string& text)
 {
     const std::size_t slash = text.find('\\');
@@ -40,12 +46,13 @@ KeyPath ParseKeyPath(const std::string& text)
     if (!root)
         throw warden::Failure("unknown root key \"" + rootName +
                               "\" (use HKCU, HKLM, HKCR, HKU, HKCC or their long names)");
-    return {*root, slash == std::string::npos ? std::string() : text.substr(slash + 1)};
+    // Keys, names and texts in the store are the application's code page 1252.
+    return {*root, slash == std::string::npos ? std::string() : Ansi(text.substr(slash + 1))};
 }
 
 std::string ValueName(const std::string& name)
 {
-    return name == "@" ? std::string() : name;
+    return name == "@" ? std::string() : Ansi(name);
 }
 
 platform::RegistryStore Store(const std::string& root)
@@ -111,7 +118,7 @@ std::string Display(const platform::RegistryValue& value)
     if (value.type == REG_SZ || value.type == REG_EXPAND_SZ)
     {
         const std::string text(d.begin(), d.end());
-        return text.substr(0, text.find('\0'));
+        return warden::Utf8(std::string_view(text).substr(0, text.find('\0')));
     }
     if (value.type == REG_DWORD && d.size() == 4)
         return std::to_string(std::uint32_t{d[0]} | std::uint32_t{d[1]} << 8 |
@@ -185,7 +192,7 @@ void Set(const std::string& root, const std::string& key, const std::string& nam
     const platform::RegistryValue value = dword ? platform::RegistryValue::Dword(ParseDword(text))
                                           : binary
                                               ? platform::RegistryValue::Binary(ParseBinary(text))
-                                              : platform::RegistryValue::String(text);
+                                              : platform::RegistryValue::String(Ansi(text));
     const platform::RegistryStore store = Store(root);
     if (const unsigned long error = store.CreateKey(path.root, path.subKey);
         error != winerror::kSuccess)
@@ -221,18 +228,22 @@ void List(const std::string& root, const std::string& key, bool json)
         Fail("cannot list " + key, error);
     if (json)
     {
-        warden::Json out{{"key", key}, {"subkeys", subKeys}, {"values", warden::Json::array()}};
+        warden::Json out{
+            {"key", key}, {"subkeys", warden::Json::array()}, {"values", warden::Json::array()}};
+        for (const std::string& subKey : subKeys)
+            out["subkeys"].push_back(warden::Utf8(subKey));
         for (const auto& [name, value] : values)
-            out["values"].push_back(
-                {{"name", name}, {"type", TypeName(value.type)}, {"value", Display(value)}});
+            out["values"].push_back({{"name", warden::Utf8(name)},
+                                     {"type", TypeName(value.type)},
+                                     {"value", Display(value)}});
         warden::PrintDocument(out);
         return;
     }
     for (const std::string& subKey : subKeys)
-        std::cout << subKey << "\\\n";
+        std::cout << warden::Utf8(subKey) << "\\\n";
     for (const auto& [name, value] : values)
-        std::cout << (name.empty() ? "@" : name) << '\t' << TypeName(value.type) << '\t'
-                  << Display(value) << '\n';
+        std::cout << (name.empty() ? "@" : warden::Utf8(name)) << '\t' << TypeName(value.type)
+                  << '\t' << Display(value) << '\n';
 }
 
 void SetupReg(CLI::App& app)
