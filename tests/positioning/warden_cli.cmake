@@ -42,7 +42,7 @@ warden_cli_test(checksum ARGS "checksum|$GPLOG,1,120000,010106*00|GPIOP,00000101
                 EXPECTED checksum.expected)
 warden_cli_test(checksum_empty ARGS "checksum|$" EXIT 1 STDERR_MATCH "^warden: empty sentence\n$")
 # Lines typed on a UTF-8 terminal (the degree sign is two bytes there, one in the library's code
-# page); a bad line answers "*" and the batch goes on.
+# page) and one already in code page 1252; a bad line answers "*" and the batch goes on.
 warden_cli_test(coord_batch ARGS "coord" INPUT ${warden_cli_dir}/data/coord_batch.input
                 EXPECTED coord_batch.expected EXIT 2 STDERR_MATCH "^warden: line 2: cannot read")
 # Impossible values are shown but flagged not valid; another talker's RMC decodes on request; a
