@@ -158,10 +158,10 @@ void Run(const std::optional<std::string>& zone, std::optional<int> year, bool j
                   << "\n  ends:          " << d["ends"].get<std::string>() << '\n'
                   << "Changes in " << theYear << ":\n"
                   << "  daylight from  " << c["daylight_starts"]["utc"].get<std::string>()
-                  << " UTC (local " << c["daylight_starts"]["wall_clock_before"].get<std::string>()
+                  << " (local " << c["daylight_starts"]["wall_clock_before"].get<std::string>()
                   << ")\n"
                   << "  daylight until " << c["daylight_ends"]["utc"].get<std::string>()
-                  << " UTC (local " << c["daylight_ends"]["wall_clock_before"].get<std::string>()
+                  << " (local " << c["daylight_ends"]["wall_clock_before"].get<std::string>()
                   << ")\n";
     }
     else
