@@ -2,6 +2,7 @@
 
 #include "Text.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <memory>
@@ -415,7 +416,11 @@ void NmeaPrinter::PrintSummary(std::ostream& out) const
         Json rejected = Json::object();
         for (std::size_t r = 1; r < m_counts.rejectionsByResult.size(); ++r)
             if (m_counts.rejectionsByResult[r] != 0)
-                rejected[ParseResultWords(static_cast<Result>(r))] = m_counts.rejectionsByResult[r];
+            {
+                std::string key = ParseResultWords(static_cast<Result>(r));
+                std::replace(key.begin(), key.end(), ' ', '_');
+                rejected[key] = m_counts.rejectionsByResult[r];
+            }
         Json j;
         j["summary"] = {{"lines", m_counts.lines},
                         {"decoded", decoded},

@@ -43,7 +43,11 @@ char ToCp1252(char32_t c)
 std::size_t Decode(std::string_view text, std::size_t i, char32_t& c)
 {
     auto const lead = static_cast<unsigned char>(text[i]);
-    std::size_t length = lead >= 0xF0 && lead < 0xF5 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC2 ? 2 : 0;
+    std::size_t const length = lead >= 0xF5   ? 0
+                               : lead >= 0xF0 ? 4
+                               : lead >= 0xE0 ? 3
+                               : lead >= 0xC2 ? 2
+                                              : 0;
     if (length == 0 || i + length > text.size())
         return 0;
     c = lead & (0x7F >> length);

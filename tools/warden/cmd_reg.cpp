@@ -6,6 +6,8 @@
 // Root keys may be given long (HKEY_CURRENT_USER) or short (HKCU, HKLM, HKCR, HKU, HKCC). NAME ""
 // or "@" is the key's unnamed value. --root DIR works on another store than the default one.
 #include "Command.h"
+#include "Json.h"
+#include "Text.h"
 
 #include <cctype>
 #include <cerrno>
@@ -31,6 +33,11 @@ struct KeyPath
     std::string subKey;
 };
 
+std::string Ansi(const std::string& utf8)
+{
+    return warden::Ansi(utf8).StdString();
+}
+
 KeyPath ParseKeyPath(const std::string& text)
 {
     const std::size_t slash = text.find('\\');
@@ -39,12 +46,13 @@ KeyPath ParseKeyPath(const std::string& text)
     if (!root)
         throw warden::Failure("unknown root key \"" + rootName +
                               "\" (use HKCU, HKLM, HKCR, HKU, HKCC or their long names)");
-    return {*root, slash == std::string::npos ? std::string() : text.substr(slash + 1)};
+    // Keys, names and texts in the store are the application's code page 1252.
+    return {*root, slash == std::string::npos ? std::string() : Ansi(text.substr(slash + 1))};
 }
 
 std::string ValueName(const std::string& name)
 {
-    return name == "@" ? std::string() : name;
+    return name == "@" ? std::string() : Ansi(name);
 }
 
 platform::RegistryStore Store(const std::string& root)
@@ -110,7 +118,7 @@ std::string Display(const platform::RegistryValue& value)
     if (value.type == REG_SZ || value.type == REG_EXPAND_SZ)
     {
         const std::string text(d.begin(), d.end());
-        return text.substr(0, text.find('\0'));
+        return warden::Utf8(std::string_view(text).substr(0, text.find('\0')));
     }
     if (value.type == REG_DWORD && d.size() == 4)
         return std::to_string(std::uint32_t{d[0]} | std::uint32_t{d[1]} << 8 |
@@ -149,7 +157,8 @@ std::vector<std::uint8_t> ParseBinary(const std::string& text)
     return bytes;
 }
 
-void Get(const std::string& root, const std::string& key, const std::string& name, bool withType)
+void Get(const std::string& root, const std::string& key, const std::string& name, bool withType,
+         bool json)
 {
     const KeyPath path = ParseKeyPath(key);
     platform::RegistryValue value;
@@ -163,6 +172,14 @@ void Get(const std::string& root, const std::string& key, const std::string& nam
     }
     if (error != winerror::kSuccess)
         Fail("cannot read " + key, error);
+    if (json)
+    {
+        warden::PrintDocument(warden::Json{{"key", key},
+                                           {"name", name},
+                                           {"type", TypeName(value.type)},
+                                           {"value", Display(value)}});
+        return;
+    }
     if (withType)
         std::cout << TypeName(value.type) << ' ';
     std::cout << Display(value) << '\n';
@@ -175,7 +192,7 @@ void Set(const std::string& root, const std::string& key, const std::string& nam
     const platform::RegistryValue value = dword ? platform::RegistryValue::Dword(ParseDword(text))
                                           : binary
                                               ? platform::RegistryValue::Binary(ParseBinary(text))
-                                              : platform::RegistryValue::String(text);
+                                              : platform::RegistryValue::String(Ansi(text));
     const platform::RegistryStore store = Store(root);
     if (const unsigned long error = store.CreateKey(path.root, path.subKey);
         error != winerror::kSuccess)
@@ -195,7 +212,7 @@ void Delete(const std::string& root, const std::string& key, const std::string& 
         Fail("cannot delete from " + key, error);
 }
 
-void List(const std::string& root, const std::string& key)
+void List(const std::string& root, const std::string& key, bool json)
 {
     const KeyPath path = ParseKeyPath(key);
     const platform::RegistryStore store = Store(root);
@@ -209,17 +226,35 @@ void List(const std::string& root, const std::string& key)
     error = store.EnumValues(path.root, path.subKey, values);
     if (error != winerror::kSuccess)
         Fail("cannot list " + key, error);
+    if (json)
+    {
+        warden::Json out{
+            {"key", key}, {"subkeys", warden::Json::array()}, {"values", warden::Json::array()}};
+        for (const std::string& subKey : subKeys)
+            out["subkeys"].push_back(warden::Utf8(subKey));
+        for (const auto& [name, value] : values)
+            out["values"].push_back({{"name", warden::Utf8(name)},
+                                     {"type", TypeName(value.type)},
+                                     {"value", Display(value)}});
+        warden::PrintDocument(out);
+        return;
+    }
     for (const std::string& subKey : subKeys)
-        std::cout << subKey << "\\\n";
+        std::cout << warden::Utf8(subKey) << "\\\n";
     for (const auto& [name, value] : values)
-        std::cout << (name.empty() ? "@" : name) << '\t' << TypeName(value.type) << '\t'
-                  << Display(value) << '\n';
+        std::cout << (name.empty() ? "@" : warden::Utf8(name)) << '\t' << TypeName(value.type)
+                  << '\t' << Display(value) << '\n';
 }
 
 void SetupReg(CLI::App& app)
 {
     auto* reg = app.add_subcommand("reg", "Read and write the library's registry store");
     reg->require_subcommand(1);
+    warden::Help(reg,
+                 {"warden reg set 'HKCU\\Software\\Acme' Port 3 --dword",
+                  "warden reg get 'HKCU\\Software\\Acme' Port --type",
+                  "warden reg list 'HKCU\\Software\\Acme' --json"},
+                 "1 no such key or value, or the store cannot be written");
     auto root = std::make_shared<std::string>();
     reg->add_option("--root", *root,
                     "Store directory (default: $SHARED_REGISTRY_ROOT, else "
@@ -232,6 +267,7 @@ void SetupReg(CLI::App& app)
     auto dword = std::make_shared<bool>(false);
     auto string = std::make_shared<bool>(false);
     auto binary = std::make_shared<bool>(false);
+    auto json = std::make_shared<bool>(false);
     const char* keyHelp = "ROOT\\KEY, e.g. 'HKCU\\Software\\Acme'";
     const char* nameHelp = "Value name (\"\" or @ for the key's unnamed value)";
 
@@ -239,7 +275,8 @@ void SetupReg(CLI::App& app)
     get->add_option("KEY", *key, keyHelp)->required();
     get->add_option("NAME", *name, nameHelp)->required();
     get->add_flag("--type", *withType, "Print the value's type before it");
-    get->callback([=] { Get(*root, *key, *name, *withType); });
+    get->add_flag("--json", *json, "Print JSON: key, name, type and value");
+    get->callback([=] { Get(*root, *key, *name, *withType, *json); });
 
     auto* set = reg->add_subcommand("set", "Write a value, creating the key when missing");
     set->add_option("KEY", *key, keyHelp)->required();
@@ -261,7 +298,8 @@ void SetupReg(CLI::App& app)
 
     auto* list = reg->add_subcommand("list", "List a key's sub-keys and values");
     list->add_option("KEY", *key, keyHelp)->required();
-    list->callback([=] { List(*root, *key); });
+    list->add_flag("--json", *json, "Print JSON: the sub-keys and the values with their types");
+    list->callback([=] { List(*root, *key, *json); });
 }
 
 const warden::Registration registration{"reg", 81, SetupReg};

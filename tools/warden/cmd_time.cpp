@@ -1,9 +1,11 @@
 // warden time: the clock as the library sees it: PC UTC time, local time, the zone's offsets and
 // the year's daylight-saving change instants.
 #include "Command.h"
+#include "Json.h"
 
+#include <fstream>
 #include <iostream>
-#include <nlohmann/json.hpp>
+#include <iterator>
 #include <optional>
 #include <shared/platform/TimeZoneRules.h>
 #include <shared/time/CClock.h>
@@ -13,16 +15,43 @@
 namespace
 {
 
-std::string Text(const CString& text)
-{
-    return std::string(text, text.GetLength());
-}
-
 std::string Iso(const COleDateTime& dt)
 {
     if (dt.GetStatus() != COleDateTime::valid)
         return "(invalid)";
-    return Text(dt.Format("%Y-%m-%d %H:%M:%S"));
+    return warden::UtcTimeText(dt);
+}
+
+// Local wall-clock time in ISO 8601 with its offset from UTC, e.g. 2026-07-01T13:00:00+01:00.
+std::string IsoLocal(const COleDateTime& dt, long minutesEastOfUtc)
+{
+    if (dt.GetStatus() != COleDateTime::valid)
+        return "(invalid)";
+    std::string text = warden::UtcTimeText(dt);
+    text.pop_back();
+    char offset[48];
+    const long magnitude = minutesEastOfUtc < 0 ? -minutesEastOfUtc : minutesEastOfUtc;
+    std::snprintf(offset, sizeof offset, "%c%02ld:%02ld", minutesEastOfUtc < 0 ? '-' : '+',
+                  magnitude / 60, magnitude % 60);
+    return text + offset;
+}
+
+// An IANA zone name (Europe/London) gives the POSIX rule at the end of its zone file, the
+// rule the zone follows from now on; anything else is taken as a POSIX rule itself.
+std::string ZoneRule(const std::string& zone)
+{
+    if (zone.find('/') == std::string::npos || zone.find("..") != std::string::npos)
+        return zone;
+    std::ifstream file("/usr/share/zoneinfo/" + zone, std::ios::binary);
+    if (!file)
+        throw warden::Failure("no time zone named " + zone + " (not in /usr/share/zoneinfo)");
+    const std::string content((std::istreambuf_iterator<char>(file)),
+                              std::istreambuf_iterator<char>());
+    const auto end = content.find_last_not_of('\n');
+    const auto start = end == std::string::npos ? end : content.rfind('\n', end);
+    if (content.rfind("TZif", 0) != 0 || start == std::string::npos)
+        throw warden::Failure(zone + " is not a time-zone file");
+    return content.substr(start + 1, end - start);
 }
 
 std::string Offset(long minutesEastOfUtc)
@@ -59,9 +88,9 @@ void Run(const std::optional<std::string>& zone, std::optional<int> year, bool j
     std::optional<shared::platform::ScopedTimeZoneRules> scoped;
     if (zone)
     {
-        auto rules = shared::platform::TimeZoneRules::FromPosixString(*zone);
+        auto rules = shared::platform::TimeZoneRules::FromPosixString(ZoneRule(*zone));
         if (!rules)
-            throw warden::Failure("not a POSIX time-zone rule: " + *zone);
+            throw warden::Failure("not a time-zone name or POSIX rule: " + *zone);
         scoped.emplace(*rules);
     }
     const auto rules = shared::platform::CurrentTimeZoneRules();
@@ -75,15 +104,15 @@ void Run(const std::optional<std::string>& zone, std::optional<int> year, bool j
     const auto info = rules->GetInformation(CClock::GetUTCCurrentDateTimeInMilliseconds() / 1000);
     const int theYear = year.value_or(utc.GetYear());
 
-    nlohmann::json out;
+    warden::Json out;
     out["utc"] = Iso(utc);
-    out["local"] = Iso(local);
+    out["local"] = IsoLocal(local, -toUtc);
     out["rule"] = rules->GetPosixString();
     out["standard"] = {{"name", info.StandardName},
                        {"offset", Offset(-(info.Bias + info.StandardBias))}};
-    out["localToUtcMinutes"] = toUtc;
-    out["currentOffset"] = Offset(-toUtc);
-    out["zoneName"] = Text(CClock::GetShortTimeZoneString(1));
+    out["local_to_utc_minutes"] = toUtc;
+    out["current_offset"] = Offset(-toUtc);
+    out["zone_name"] = warden::JsonText(CClock::GetShortTimeZoneString(1));
     if (rules->HasDaylightSaving())
     {
         out["daylight"] = {{"name", info.DaylightName},
@@ -99,16 +128,17 @@ void Run(const std::optional<std::string>& zone, std::optional<int> year, bool j
             const COleDateTime at = CClock::ConvertDWORD2COleDateTime(rule.ulChangeInstant);
             COleDateTime wall = at;
             wall.m_dt += rule.lOffset / 86400.0;
-            return nlohmann::json{{"utc", Iso(at)}, {"wallClockBefore", Iso(wall)}};
+            return warden::Json{{"utc", Iso(at)},
+                                {"wall_clock_before", IsoLocal(wall, rule.lOffset / 60)}};
         };
         out["changes"] = {{"year", theYear},
-                          {"daylightStarts", instant(changes[0])},
-                          {"daylightEnds", instant(changes[1])}};
+                          {"daylight_starts", instant(changes[0])},
+                          {"daylight_ends", instant(changes[1])}};
     }
 
     if (json)
     {
-        std::cout << out.dump(2) << '\n';
+        warden::PrintDocument(out);
         return;
     }
     std::cout << "PC time (UTC):   " << out["utc"].get<std::string>() << '\n'
@@ -125,16 +155,16 @@ void Run(const std::optional<std::string>& zone, std::optional<int> year, bool j
                   << "\n  starts:        " << d["starts"].get<std::string>()
                   << "\n  ends:          " << d["ends"].get<std::string>() << '\n'
                   << "Changes in " << theYear << ":\n"
-                  << "  daylight from  " << c["daylightStarts"]["utc"].get<std::string>()
-                  << " UTC (local " << c["daylightStarts"]["wallClockBefore"].get<std::string>()
+                  << "  daylight from  " << c["daylight_starts"]["utc"].get<std::string>()
+                  << " (local " << c["daylight_starts"]["wall_clock_before"].get<std::string>()
                   << ")\n"
-                  << "  daylight until " << c["daylightEnds"]["utc"].get<std::string>()
-                  << " UTC (local " << c["daylightEnds"]["wallClockBefore"].get<std::string>()
+                  << "  daylight until " << c["daylight_ends"]["utc"].get<std::string>()
+                  << " (local " << c["daylight_ends"]["wall_clock_before"].get<std::string>()
                   << ")\n";
     }
     else
         std::cout << "Daylight time:   none\n";
-    std::cout << "Offset now:      " << out["currentOffset"].get<std::string>()
+    std::cout << "Offset now:      " << out["current_offset"].get<std::string>()
               << " (local to UTC: " << toUtc << " min)\n";
 }
 
@@ -147,11 +177,14 @@ void SetupTime(CLI::App& app)
     auto json = std::make_shared<bool>(false);
     auto* zoneOption = cmd->add_option(
         "--tz", *zone,
-        "Use this POSIX zone rule instead of the local zone, e.g. \"CET-1CEST,M3.5.0,M10.5.0/3\"");
+        "Use this zone instead of the local one: an IANA name such as Europe/London, or a POSIX "
+        "rule such as \"CET-1CEST,M3.5.0,M10.5.0/3\"");
     auto* yearOption =
         cmd->add_option("--year", *year, "Year whose change instants to show (default: this year)")
             ->check(CLI::Range(1970, 2105));
     cmd->add_flag("--json", *json, "Print JSON");
+    warden::Help(cmd, {"warden time --tz Europe/London --year 2026", "warden time --json"},
+                 "1 the zone cannot be read");
     cmd->callback(
         [=]
         {

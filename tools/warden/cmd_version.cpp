@@ -2,6 +2,8 @@
 // 64-bit): its translations, every string entry of every table, and the fixed file, product
 // (with its Beta form) and build versions as CFileVersion formats them.
 #include "Command.h"
+#include "Json.h"
+#include "Text.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -10,7 +12,6 @@
 #include <fcntl.h>
 #include <iostream>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <shared/foundation/CFileVersion.h>
 #include <shared/platform/VersionResource.h>
 #include <string>
@@ -19,10 +20,7 @@
 namespace
 {
 
-std::string Text(const CString& text)
-{
-    return std::string(text.GetString(), static_cast<std::size_t>(text.GetLength()));
-}
+using warden::Utf8;
 
 std::string Hex8(std::uint32_t value)
 {
@@ -55,25 +53,25 @@ void Run(const std::string& path, bool json)
 
     if (json)
     {
-        nlohmann::json out{{"file", path}};
-        out["translations"] = nlohmann::json::array();
+        warden::Json out{{"file", path}};
+        out["translations"] = warden::Json::array();
         for (const std::uint32_t t : translations)
             out["translations"].push_back(Hex8(t));
-        out["strings"] = nlohmann::json::object();
+        out["strings"] = warden::Json::object();
         for (const auto& table : tables)
         {
-            nlohmann::json entries = nlohmann::json::object();
+            warden::Json entries = warden::Json::object();
             for (const auto& [name, value] : table.entries)
-                entries[name] = value;
+                entries[name] = value; // already UTF-8
             out["strings"][table.key] = entries;
         }
         if (opened)
-            out["fixed"] = {{"fileVersion", Text(version.GetFixedFileVersion())},
-                            {"productVersion", Text(version.GetFixedProductVersion())},
-                            {"buildVersion", Text(version.GetFixedBuildVersion())}};
+            out["fixed"] = {{"file_version", Utf8(version.GetFixedFileVersion())},
+                            {"product_version", Utf8(version.GetFixedProductVersion())},
+                            {"build_version", Utf8(version.GetFixedBuildVersion())}};
         else
             out["fixed"] = nullptr;
-        std::cout << out.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+        warden::PrintDocument(out);
         version.Close();
         return;
     }
@@ -93,18 +91,15 @@ void Run(const std::string& path, bool json)
         {
             std::string line = "  " + name + ":";
             if (!value.empty())
-            {
-                line.resize(std::max<std::size_t>(line.size(), 20), ' ');
-                line += ' ' + value;
-            }
+                line = warden::PadRight(line, 20) + ' ' + value;
             std::cout << line << '\n';
         }
     }
     if (opened)
     {
-        std::cout << "Fixed file version:    " << Text(version.GetFixedFileVersion()) << '\n'
-                  << "Fixed product version: " << Text(version.GetFixedProductVersion()) << '\n'
-                  << "Fixed build version:   " << Text(version.GetFixedBuildVersion()) << '\n';
+        std::cout << "Fixed file version:    " << Utf8(version.GetFixedFileVersion()) << '\n'
+                  << "Fixed product version: " << Utf8(version.GetFixedProductVersion()) << '\n'
+                  << "Fixed build version:   " << Utf8(version.GetFixedBuildVersion()) << '\n';
     }
     else
     {
@@ -121,6 +116,8 @@ void SetupVersion(CLI::App& app)
     auto json = std::make_shared<bool>(false);
     cmd->add_option("FILE", *path, "The module file")->required();
     cmd->add_flag("--json", *json, "Print JSON");
+    warden::Help(cmd, {"warden version app.dll", "warden version --json app.exe"},
+                 "1 the file cannot be read or has no version resource");
     cmd->callback([=] { Run(*path, *json); });
 }
 

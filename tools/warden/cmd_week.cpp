@@ -1,10 +1,10 @@
 // warden week DATE: the year-week period a date is filed under (seven-day blocks counted from
 // 1 January), with its file descriptor, directories and bounds.
 #include "Command.h"
+#include "Json.h"
 
 #include <cstdio>
 #include <iostream>
-#include <nlohmann/json.hpp>
 #include <regex>
 #include <shared/time/CYearWeekPeriod.h>
 #include <string>
@@ -12,15 +12,8 @@
 namespace
 {
 
-std::string Text(const CString& text)
-{
-    return std::string(text, text.GetLength());
-}
-
-std::string Iso(const COleDateTime& dt)
-{
-    return Text(dt.Format("%Y-%m-%d %H:%M:%S"));
-}
+using warden::JsonText;
+using warden::UtcTimeText;
 
 // YYYY-MM-DD, optionally followed by "T" or a space and HH:MM[:SS].
 COleDateTime ParseIsoDate(const std::string& text)
@@ -43,28 +36,29 @@ void Run(const std::string& text, bool json)
 {
     const COleDateTime dt = ParseIsoDate(text);
     const CYearWeekPeriod period(dt);
-    nlohmann::json out{{"date", Iso(dt)},
-                       {"year", period.GetYear()},
-                       {"week", period.GetWeek()},
-                       {"fileDescriptor", Text(period.GetFileDescriptor())},
-                       {"yearDirectory", Text(period.GetYearDirectory())},
-                       {"weekDirectory", Text(period.GetWeekDirectory())},
-                       {"start", Iso(period.GetStartOfPeriod())},
-                       {"end", Iso(period.GetEndOfPeriod())},
-                       {"hourIndex", period.GetHourIndex(dt)},
-                       {"previous", Text(period.GetPreviousPeriod().GetFileDescriptor())},
-                       {"next", Text(period.GetNextPeriod().GetFileDescriptor())}};
+    // The library's stored times are UTC, so the date is read as a UTC date.
+    warden::Json out{{"date", UtcTimeText(dt)},
+                     {"year", period.GetYear()},
+                     {"week", period.GetWeek()},
+                     {"file_descriptor", JsonText(period.GetFileDescriptor())},
+                     {"year_directory", JsonText(period.GetYearDirectory())},
+                     {"week_directory", JsonText(period.GetWeekDirectory())},
+                     {"start", UtcTimeText(period.GetStartOfPeriod())},
+                     {"end", UtcTimeText(period.GetEndOfPeriod())},
+                     {"hour_index", period.GetHourIndex(dt)},
+                     {"previous", JsonText(period.GetPreviousPeriod().GetFileDescriptor())},
+                     {"next", JsonText(period.GetNextPeriod().GetFileDescriptor())}};
     if (json)
     {
-        std::cout << out.dump(2) << '\n';
+        warden::PrintDocument(out);
         return;
     }
     std::cout << "Date:            " << out["date"].get<std::string>() << '\n'
               << "Period:          year " << period.GetYear() << ", week " << period.GetWeek()
               << '\n'
-              << "File descriptor: " << out["fileDescriptor"].get<std::string>() << '\n'
-              << "Year directory:  " << out["yearDirectory"].get<std::string>() << '\n'
-              << "Week directory:  " << out["weekDirectory"].get<std::string>() << '\n'
+              << "File descriptor: " << out["file_descriptor"].get<std::string>() << '\n'
+              << "Year directory:  " << out["year_directory"].get<std::string>() << '\n'
+              << "Week directory:  " << out["week_directory"].get<std::string>() << '\n'
               << "Starts:          " << out["start"].get<std::string>() << " (inclusive)\n"
               << "Ends:            " << out["end"].get<std::string>() << " (exclusive)\n"
               << "Hour slot:       " << period.GetHourIndex(dt) << '\n'
@@ -80,6 +74,8 @@ void SetupWeek(CLI::App& app)
     auto json = std::make_shared<bool>(false);
     cmd->add_option("DATE", *date, "ISO date, e.g. 2006-06-12 or 2006-06-12T10:30")->required();
     cmd->add_flag("--json", *json, "Print JSON");
+    warden::Help(cmd, {"warden week 2006-06-12", "warden week 2006-06-12T10:30 --json"},
+                 "1 not a date");
     cmd->callback([=] { Run(*date, *json); });
 }
 
