@@ -85,6 +85,11 @@ protected:
     {
         return m_child.Read(byte, timeoutMs);
     }
+    unsigned long ZReadBlock(unsigned char* buffer, unsigned long size,
+                             unsigned long timeoutMs) override
+    {
+        return static_cast<unsigned long>(m_child.ReadSome(buffer, size, timeoutMs));
+    }
     void ZPurgeInput() override { m_child.Drain(); }
 
 private:

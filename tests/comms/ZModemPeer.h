@@ -10,6 +10,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
@@ -224,6 +225,17 @@ public:
             if (::poll(&p, 1, static_cast<int>(left.count())) == 0)
                 return false;
         }
+    }
+
+    // Up to size bytes, waiting up to timeoutMs for the first; 0 on timeout or end.
+    std::size_t ReadSome(std::uint8_t* out, std::size_t size, unsigned long timeoutMs)
+    {
+        if (size == 0 || !Read(out[0], timeoutMs))
+            return 0;
+        const std::size_t more = std::min(size - 1, m_filled - m_next);
+        std::memcpy(out + 1, m_buffer + m_next, more);
+        m_next += more;
+        return more + 1;
     }
 
     void Write(const std::uint8_t* data, std::size_t count)

@@ -456,6 +456,41 @@ TEST(ZModemData, DamagedSubpacketIsNotWrittenAndPositionIsAskedAgain)
     EXPECT_EQ(out.other, ToBytes("!")); // attention once, before the ZRPOS
 }
 
+TEST(ZModemData, StreamStillArrivingAfterAResendRequestIsSkippedButNotForever)
+{
+    // What a streaming sender (and a relay before it) had sent before it read our ZRPOS spans
+    // many header hunts; an older answer at another position is in it too. It costs no fault
+    // and no further ZRPOS. A stream that never turns into the answer still ends the session.
+    for (std::size_t hunts : {40u, 400u})
+    {
+        Encoder enc;
+        ScriptedZModem rx;
+        rx.Feed(enc.File32("f", "6"));
+        Bytes s = enc.Bin32(CZModem::ZDATA, Encoder::Value(0));
+        Append(s, enc.Data32(ToBytes("abc"), 'i'));
+        Bytes damaged = enc.Data32(ToBytes("def"), 'i');
+        damaged[1] ^= 1;
+        Append(s, damaged);
+        Append(s, Bytes(hunts * 3802 / 2, 'g'));
+        Append(s, DataFrame(enc, Frames::Bin32, 1, ToBytes("bcdef"), 1024));
+        Append(s, Bytes(hunts * 3802 / 2, 'g'));
+        rx.Feed(s);
+        rx.Feed(DataFrame(enc, Frames::Bin32, 3, ToBytes("def"), 1024));
+        rx.Feed(enc.Bin32(CZModem::ZEOF, Encoder::Value(6)));
+        rx.Feed(Finish());
+        const bool ok = rx.ZModemReceive();
+        if (hunts == 400)
+        {
+            EXPECT_FALSE(ok);
+            EXPECT_TRUE(EndsWith(rx.sent, CancelSequence()));
+            continue;
+        }
+        ASSERT_TRUE(ok);
+        EXPECT_EQ(rx.store.files[0].data, ToBytes("abcdef"));
+        EXPECT_EQ(SentStream(rx.sent).Count(CZModem::ZRPOS), 2);
+    }
+}
+
 TEST(ZModemData, DataAtTheWrongPositionOrStaleEofIsNotTaken)
 {
     Encoder enc;
