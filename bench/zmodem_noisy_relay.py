@@ -2,13 +2,17 @@
 """A noisy line between warden and a command: relays both directions, corrupting, dropping and
 duplicating bytes at given rates (per million bytes), from a fixed seed.
 
-    zmodem_noisy_relay.py SEED CORRUPT DROP DUPLICATE -- COMMAND [ARG...]
+    zmodem_noisy_relay.py SEED CORRUPT DROP DUPLICATE [RATE] -- COMMAND [ARG...]
+
+RATE (bytes per second, both directions alike) makes it a slow link that holds what the sender
+has already sent, as a modem or a network relay does; 0 or absent is as fast as it goes.
 """
 import os
 import random
 import select
 import subprocess
 import sys
+import time
 
 
 class Noise:
@@ -40,8 +44,10 @@ class Noise:
 
 
 def main():
+    split = sys.argv.index("--")
     seed, corrupt, drop, duplicate = (int(x) for x in sys.argv[1:5])
-    command = sys.argv[sys.argv.index("--") + 1:]
+    rate = int(sys.argv[5]) if split > 5 else 0
+    command = sys.argv[split + 1:]
     rng = random.Random(seed)
     down = Noise(rng, corrupt, drop, duplicate)  # command to warden
     up = Noise(rng, corrupt, drop, duplicate)  # warden to command
@@ -52,6 +58,8 @@ def main():
     while source in watched:
         for fd in select.select(watched, [], [], 1.0)[0]:
             data = os.read(fd, 4096)
+            if rate:
+                time.sleep(len(data) / rate)
             if fd == source:
                 if not data:
                     watched.remove(source)
