@@ -20,9 +20,10 @@ constexpr int kLinesDropped = 50;
 // GetUserNameA into an 80-character buffer fails for longer names; so does the log's.
 constexpr size_t kUserNameBuffer = 80;
 
-std::recursive_mutex& LogLock()
+// Beyond the original: threads that read, append and rotate the one file at once lose lines.
+std::mutex& LogLock()
 {
-    static std::recursive_mutex lock;
+    static std::mutex lock;
     return lock;
 }
 
@@ -108,7 +109,7 @@ bool CLog::AddToLog(int level, const char* format, ...)
     CString message(buffer);
     message.TrimRight();
 
-    std::lock_guard<std::recursive_mutex> guard(LogLock());
+    const std::lock_guard<std::mutex> guard(LogLock());
     CStdioFile file;
     if (!file.Open(LogFileName(), CFile::modeReadWrite | CFile::modeCreate | CFile::modeNoTruncate |
                                       CFile::shareDenyNone | CFile::typeText))
@@ -160,7 +161,7 @@ bool CLog::AddToLog(int level, const char* format, ...)
 
 bool CLog::ReadFromLog(CStringList& lines)
 {
-    std::lock_guard<std::recursive_mutex> guard(LogLock());
+    const std::lock_guard<std::mutex> guard(LogLock());
     CStdioFile file;
     if (!file.Open(LogFileName(), CFile::modeRead | CFile::shareDenyNone | CFile::typeText))
     {
@@ -181,7 +182,7 @@ bool CLog::ReadFromLog(CStringList& lines)
 
 void CLog::SetLogFileName(CString name)
 {
-    std::lock_guard<std::recursive_mutex> guard(LogLock());
+    const std::lock_guard<std::mutex> guard(LogLock());
     s_strLogFileName = name;
 }
 

@@ -1,16 +1,20 @@
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-#include <fcntl.h>
 #include <shared/framework/CFile.h>
-#include <sys/stat.h>
-#include <unistd.h>
+
+namespace fs = shared::platform;
 
 IMPLEMENT_DYNAMIC(CFile, CObject)
 
+namespace
+{
+const fs::FileSystemCalls& Calls()
+{
+    return fs::GetFileSystemCalls();
+}
+} // namespace
+
 CFile::CFile() : m_hFile(hFileNull), m_bCloseOnDelete(FALSE) {}
 
-CFile::CFile(int hFile) : m_hFile(hFile), m_bCloseOnDelete(TRUE) {}
+CFile::CFile(fs::FileHandle hFile) : m_hFile(hFile), m_bCloseOnDelete(TRUE) {}
 
 CFile::CFile(LPCTSTR lpszFileName, UINT nOpenFlags) : m_hFile(hFileNull), m_bCloseOnDelete(FALSE)
 {
@@ -30,56 +34,50 @@ CFile::~CFile()
     }
 }
 
-int CFile::OpenDescriptor(LPCTSTR lpszFileName, UINT nOpenFlags)
+fs::FileError CFile::OpenHandle(LPCTSTR lpszFileName, UINT nOpenFlags)
 {
-    int flags = O_CLOEXEC;
+    unsigned flags = 0;
     switch (nOpenFlags & 3u)
     {
     case modeRead:
-        flags |= O_RDONLY;
+        flags = fs::fileopen::kRead;
         break;
     case modeWrite:
-        flags |= O_WRONLY;
+        flags = fs::fileopen::kWrite;
         break;
     case modeReadWrite:
-        flags |= O_RDWR;
+        flags = fs::fileopen::kRead | fs::fileopen::kWrite;
         break;
     default:
-        return EINVAL;
+        return fs::fileerror::kInvalidArgument;
     }
     if ((nOpenFlags & modeCreate) != 0)
     {
-        flags |= O_CREAT;
+        flags |= fs::fileopen::kCreate;
         if ((nOpenFlags & modeNoTruncate) == 0)
         {
-            flags |= O_TRUNC;
+            flags |= fs::fileopen::kTruncate;
         }
     }
     if ((nOpenFlags & osWriteThrough) != 0)
     {
-        flags |= O_DSYNC;
+        flags |= fs::fileopen::kWriteThrough;
     }
     if (lpszFileName == nullptr || *lpszFileName == '\0')
     {
-        return ENOENT;
+        return fs::fileerror::kNotFound;
     }
-    int fd;
+    fs::FileHandle handle = hFileNull;
+    fs::FileError error;
     do
     {
-        fd = ::open(lpszFileName, flags, 0666);
-    } while (fd < 0 && errno == EINTR);
-    if (fd < 0)
+        error = Calls().open(lpszFileName, flags, handle);
+    } while (error == fs::fileerror::kInterrupted);
+    if (error != 0)
     {
-        return errno;
+        return error;
     }
-    // Windows refuses to open a directory as a file; so do we, for every mode.
-    struct stat info;
-    if (::fstat(fd, &info) == 0 && S_ISDIR(info.st_mode))
-    {
-        ::close(fd);
-        return EISDIR;
-    }
-    m_hFile = fd;
+    m_hFile = handle;
     m_bCloseOnDelete = TRUE;
     m_strFileName = lpszFileName;
     return 0;
@@ -91,98 +89,77 @@ BOOL CFile::Open(LPCTSTR lpszFileName, UINT nOpenFlags, CFileException* pError)
     {
         Abort();
     }
-    const int error = OpenDescriptor(lpszFileName, nOpenFlags);
+    const fs::FileError error = OpenHandle(lpszFileName, nOpenFlags);
     if (error == 0)
     {
         return TRUE;
     }
     if (pError != nullptr)
     {
-        pError->m_cause = CFileException::ErrnoToException(error);
+        pError->m_cause = CFileException::OsErrorToException(error);
         pError->m_lOsError = error;
         pError->m_strFileName = lpszFileName != nullptr ? lpszFileName : "";
     }
     return FALSE;
 }
 
-void CFile::ThrowLastError(int error) const
+void CFile::ThrowLastError(fs::FileError error) const
 {
-    CFileException::ThrowErrno(error, m_strFileName);
+    CFileException::ThrowOsError(error, m_strFileName);
+}
+
+void CFile::CheckOpen() const
+{
+    if (m_hFile == hFileNull)
+    {
+        AfxThrowFileException(CFileException::invalidFile, fs::fileerror::kBadHandle,
+                              m_strFileName);
+    }
 }
 
 UINT CFile::Read(void* lpBuf, UINT nCount)
 {
-    if (m_hFile == hFileNull)
-    {
-        AfxThrowFileException(CFileException::invalidFile, EBADF, m_strFileName);
-    }
+    CheckOpen();
     // One read, as the framework's: a pipe or terminal gives what it has; 0 means the end.
-    for (;;)
+    std::size_t got = 0;
+    if (const fs::FileError error = fs::ReadSome(m_hFile, lpBuf, nCount, got); error != 0)
     {
-        const ssize_t got = ::read(m_hFile, lpBuf, nCount);
-        if (got >= 0)
-        {
-            return static_cast<UINT>(got);
-        }
-        if (errno != EINTR)
-        {
-            ThrowLastError(errno);
-        }
+        ThrowLastError(error);
     }
+    return static_cast<UINT>(got);
 }
 
 void CFile::Write(const void* lpBuf, UINT nCount)
 {
-    if (m_hFile == hFileNull)
+    CheckOpen();
+    if (const fs::FileError error = fs::WriteAll(m_hFile, lpBuf, nCount); error != 0)
     {
-        AfxThrowFileException(CFileException::invalidFile, EBADF, m_strFileName);
-    }
-    const auto* in = static_cast<const char*>(lpBuf);
-    UINT total = 0;
-    while (total < nCount)
-    {
-        const ssize_t put = ::write(m_hFile, in + total, nCount - total);
-        if (put < 0)
-        {
-            if (errno == EINTR)
-            {
-                continue;
-            }
-            ThrowLastError(errno);
-        }
-        if (put == 0)
-        {
-            AfxThrowFileException(CFileException::diskFull, ENOSPC, m_strFileName);
-        }
-        total += static_cast<UINT>(put);
+        ThrowLastError(error);
     }
 }
 
 ULONGLONG CFile::Seek(LONGLONG lOff, UINT nFrom)
 {
-    if (m_hFile == hFileNull)
-    {
-        AfxThrowFileException(CFileException::invalidFile, EBADF, m_strFileName);
-    }
-    int whence = SEEK_SET;
+    CheckOpen();
+    fs::EFileSeek from = fs::EFileSeek::begin;
     switch (nFrom)
     {
     case begin:
-        whence = SEEK_SET;
         break;
     case current:
-        whence = SEEK_CUR;
+        from = fs::EFileSeek::current;
         break;
     case end:
-        whence = SEEK_END;
+        from = fs::EFileSeek::end;
         break;
     default:
-        AfxThrowFileException(CFileException::badSeek, EINVAL, m_strFileName);
+        AfxThrowFileException(CFileException::badSeek, fs::fileerror::kInvalidArgument,
+                              m_strFileName);
     }
-    const off_t position = ::lseek(m_hFile, static_cast<off_t>(lOff), whence);
-    if (position < 0)
+    std::int64_t position = 0;
+    if (const fs::FileError error = Calls().seek(m_hFile, lOff, from, position); error != 0)
     {
-        AfxThrowFileException(CFileException::badSeek, errno, m_strFileName);
+        AfxThrowFileException(CFileException::badSeek, error, m_strFileName);
     }
     return static_cast<ULONGLONG>(position);
 }
@@ -199,38 +176,34 @@ ULONGLONG CFile::SeekToEnd()
 
 ULONGLONG CFile::GetPosition() const
 {
-    if (m_hFile == hFileNull)
+    CheckOpen();
+    std::int64_t position = 0;
+    if (const fs::FileError error = Calls().seek(m_hFile, 0, fs::EFileSeek::current, position);
+        error != 0)
     {
-        AfxThrowFileException(CFileException::invalidFile, EBADF, m_strFileName);
-    }
-    const off_t position = ::lseek(m_hFile, 0, SEEK_CUR);
-    if (position < 0)
-    {
-        AfxThrowFileException(CFileException::badSeek, errno, m_strFileName);
+        AfxThrowFileException(CFileException::badSeek, error, m_strFileName);
     }
     return static_cast<ULONGLONG>(position);
 }
 
 ULONGLONG CFile::GetLength() const
 {
-    if (m_hFile == hFileNull)
+    CheckOpen();
+    std::int64_t size = 0;
+    if (const fs::FileError error = Calls().getSize(m_hFile, size); error != 0)
     {
-        AfxThrowFileException(CFileException::invalidFile, EBADF, m_strFileName);
+        ThrowLastError(error);
     }
-    struct stat info;
-    if (::fstat(m_hFile, &info) != 0)
-    {
-        ThrowLastError(errno);
-    }
-    return static_cast<ULONGLONG>(info.st_size);
+    return static_cast<ULONGLONG>(size);
 }
 
 void CFile::SetLength(ULONGLONG dwNewLen)
 {
     Seek(static_cast<LONGLONG>(dwNewLen), begin);
-    if (::ftruncate(m_hFile, static_cast<off_t>(dwNewLen)) != 0)
+    if (const fs::FileError error = Calls().setSize(m_hFile, static_cast<std::int64_t>(dwNewLen));
+        error != 0)
     {
-        ThrowLastError(errno);
+        ThrowLastError(error);
     }
 }
 
@@ -240,23 +213,18 @@ void CFile::Flush()
     {
         return;
     }
-    // Pipes and terminals cannot be synchronised; that is not a failure of the data.
-    if (::fsync(m_hFile) != 0 && errno != EINVAL && errno != EROFS)
+    if (const fs::FileError error = Calls().sync(m_hFile); error != 0)
     {
-        ThrowLastError(errno);
+        ThrowLastError(error);
     }
 }
 
 void CFile::Close()
 {
-    int error = 0;
+    fs::FileError error = 0;
     if (m_hFile != hFileNull)
     {
-        // The descriptor is gone after close() whatever it returns, so EINTR is not retried.
-        if (::close(m_hFile) != 0 && errno != EINTR)
-        {
-            error = errno;
-        }
+        error = Calls().close(m_hFile);
     }
     m_hFile = hFileNull;
     m_bCloseOnDelete = FALSE;
@@ -270,7 +238,7 @@ void CFile::Abort()
 {
     if (m_hFile != hFileNull)
     {
-        ::close(m_hFile);
+        Calls().close(m_hFile);
         m_hFile = hFileNull;
     }
     m_bCloseOnDelete = FALSE;
@@ -302,16 +270,16 @@ void CFile::SetFilePath(LPCTSTR lpszNewName)
 
 void PASCAL CFile::Rename(LPCTSTR lpszOldName, LPCTSTR lpszNewName)
 {
-    if (::rename(lpszOldName, lpszNewName) != 0)
+    if (const fs::FileError error = Calls().rename(lpszOldName, lpszNewName); error != 0)
     {
-        CFileException::ThrowErrno(errno, lpszOldName);
+        CFileException::ThrowOsError(error, lpszOldName);
     }
 }
 
 void PASCAL CFile::Remove(LPCTSTR lpszFileName)
 {
-    if (::unlink(lpszFileName) != 0)
+    if (const fs::FileError error = Calls().remove(lpszFileName); error != 0)
     {
-        CFileException::ThrowErrno(errno, lpszFileName);
+        CFileException::ThrowOsError(error, lpszFileName);
     }
 }

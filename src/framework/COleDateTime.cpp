@@ -5,6 +5,7 @@
 #include <ostream>
 #include <shared/framework/COleDateTime.h>
 #include <shared/platform/SystemTime.h>
+#include <shared/platform/TimeZoneRules.h>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -436,15 +437,17 @@ COleDateTime& COleDateTime::operator=(DATE dtSrc) noexcept
 
 COleDateTime& COleDateTime::operator=(const std::time_t& timeSrc) noexcept
 {
-    std::tm local{};
-    if (::localtime_r(&timeSrc, &local) == nullptr)
+    // Far beyond the years a date-time holds; keeps the millisecond count from overflowing.
+    constexpr std::int64_t kLimit = std::int64_t{1} << 40;
+    const auto utc = static_cast<std::int64_t>(timeSrc);
+    if (utc < -kLimit || utc > kLimit)
     {
         m_status = invalid;
         return *this;
     }
-    SetDateTime(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min,
-                // a leap second (60) reads as the last second of the minute
-                local.tm_sec > 59 ? 59 : local.tm_sec);
+    const SYSTEMTIME local = shared::platform::BreakDownMilliseconds(
+        (utc + shared::platform::LocalUtcOffsetSeconds(utc)) * 1000);
+    SetDateTime(local.wYear, local.wMonth, local.wDay, local.wHour, local.wMinute, local.wSecond);
     return *this;
 }
 

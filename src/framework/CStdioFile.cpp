@@ -1,9 +1,6 @@
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 #include <shared/framework/CStdioFile.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 IMPLEMENT_DYNAMIC(CStdioFile, CFile)
 
@@ -113,7 +110,8 @@ void CStdioFile::WriteString(LPCTSTR lpsz)
 {
     if (lpsz == nullptr)
     {
-        AfxThrowFileException(CFileException::genericException, EINVAL, m_strFileName);
+        AfxThrowFileException(CFileException::genericException,
+                              shared::platform::fileerror::kInvalidArgument, m_strFileName);
     }
     Write(lpsz, static_cast<UINT>(std::strlen(lpsz)));
 }
@@ -192,10 +190,7 @@ UINT CStdioFile::Read(void* lpBuf, UINT nCount)
 
 void CStdioFile::Write(const void* lpBuf, UINT nCount)
 {
-    if (m_hFile == hFileNull)
-    {
-        AfxThrowFileException(CFileException::invalidFile, EBADF, m_strFileName);
-    }
+    CheckOpen();
     DropReadBuffer();
     const auto* in = static_cast<const char*>(lpBuf);
     if (m_bText)

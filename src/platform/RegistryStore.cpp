@@ -1,13 +1,16 @@
+#include "RegistryFileFormat.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <charconv>
 #include <climits>
 #include <cstdlib>
 #include <dirent.h>
 #include <fcntl.h>
 #include <mutex>
 #include <pwd.h>
+#include <shared/platform/AtomicFileReplacement.h>
+#include <shared/platform/FileSystem.h>
 #include <shared/platform/RegistryStore.h>
 #include <shared/platform/SystemError.h>
 #include <sys/file.h>
@@ -23,12 +26,11 @@ namespace
 {
 
 using namespace winerror;
+using namespace registryformat;
 
 constexpr std::string_view kValuesFile = ".values";
-constexpr std::string_view kTempFile = ".values.tmp";
 constexpr std::string_view kDamagedFile = ".values.damaged";
 constexpr std::string_view kLockFile = ".lock";
-constexpr std::string_view kHeader = "shared-registry-values 1";
 
 // Windows' own limits: 255 characters for a key name, 16383 for a value name.
 constexpr std::size_t kMaxKeyNameLength = 255;
@@ -40,184 +42,6 @@ constexpr std::size_t kMaxValuesFileSize = std::size_t{64} << 20;
 constexpr std::array<std::string_view, 6> kRootNames{
     "HKEY_CLASSES_ROOT", "HKEY_CURRENT_USER",     "HKEY_LOCAL_MACHINE",
     "HKEY_USERS",        "HKEY_PERFORMANCE_DATA", "HKEY_CURRENT_CONFIG"};
-
-constexpr std::array<std::string_view, 12> kTypeNames{"REG_NONE",
-                                                      "REG_SZ",
-                                                      "REG_EXPAND_SZ",
-                                                      "REG_BINARY",
-                                                      "REG_DWORD",
-                                                      "REG_DWORD_BIG_ENDIAN",
-                                                      "REG_LINK",
-                                                      "REG_MULTI_SZ",
-                                                      "REG_RESOURCE_LIST",
-                                                      "REG_FULL_RESOURCE_DESCRIPTOR",
-                                                      "REG_RESOURCE_REQUIREMENTS_LIST",
-                                                      "REG_QWORD"};
-
-char FoldAscii(char c)
-{
-    return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 'a' + 'A') : c;
-}
-
-bool EqualNoCase(std::string_view a, std::string_view b)
-{
-    return a.size() == b.size() &&
-           std::equal(a.begin(), a.end(), b.begin(),
-                      [](char x, char y) { return FoldAscii(x) == FoldAscii(y); });
-}
-
-bool LessNoCase(const std::string& a, const std::string& b)
-{
-    return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(),
-                                        [](char x, char y) {
-                                            return static_cast<unsigned char>(FoldAscii(x)) <
-                                                   static_cast<unsigned char>(FoldAscii(y));
-                                        });
-}
-
-constexpr char kHexDigits[] = "0123456789abcdef";
-
-void AppendEscaped(std::string& out, unsigned char byte)
-{
-    constexpr char kUpperHex[] = "0123456789ABCDEF";
-    out += '%';
-    out += kUpperHex[byte >> 4];
-    out += kUpperHex[byte & 0xF];
-}
-
-int HexValue(char c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
-}
-
-// Key names become directory names: printable ASCII stays readable, while '/', '%', control and
-// 8-bit bytes and a leading '.' (which would hide the key among the store's own files, or be "."
-// or "..") are escaped.
-std::string EncodeKeyName(std::string_view name)
-{
-    std::string out;
-    for (std::size_t i = 0; i < name.size(); ++i)
-    {
-        const auto byte = static_cast<unsigned char>(name[i]);
-        if (byte < 0x20 || byte > 0x7E || byte == '/' || byte == '%' || (i == 0 && byte == '.'))
-            AppendEscaped(out, byte);
-        else
-            out += static_cast<char>(byte);
-    }
-    return out;
-}
-
-// Value names share a line with other fields, so blanks are escaped as well, and '@' alone stands
-// for the unnamed value.
-std::string EncodeValueName(std::string_view name)
-{
-    if (name.empty())
-        return "@";
-    std::string out;
-    for (const char c : name)
-    {
-        const auto byte = static_cast<unsigned char>(c);
-        if (byte <= 0x20 || byte > 0x7E || byte == '%' || byte == '@')
-            AppendEscaped(out, byte);
-        else
-            out += c;
-    }
-    return out;
-}
-
-std::optional<std::string> DecodeName(std::string_view text)
-{
-    std::string out;
-    for (std::size_t i = 0; i < text.size(); ++i)
-    {
-        if (text[i] != '%')
-        {
-            out += text[i];
-            continue;
-        }
-        if (i + 2 >= text.size())
-            return std::nullopt;
-        const int hi = HexValue(text[i + 1]);
-        const int lo = HexValue(text[i + 2]);
-        if (hi < 0 || lo < 0)
-            return std::nullopt;
-        out += static_cast<char>(hi * 16 + lo);
-        i += 2;
-    }
-    return out;
-}
-
-std::optional<std::string> DecodeValueName(std::string_view text)
-{
-    if (text == "@")
-        return std::string();
-    if (text.empty())
-        return std::nullopt;
-    return DecodeName(text);
-}
-
-std::string TypeName(unsigned long type)
-{
-    if (type < kTypeNames.size())
-        return std::string(kTypeNames[type]);
-    return std::to_string(type);
-}
-
-std::optional<unsigned long> ParseType(std::string_view text)
-{
-    for (std::size_t i = 0; i < kTypeNames.size(); ++i)
-    {
-        if (text == kTypeNames[i])
-            return static_cast<unsigned long>(i);
-    }
-    std::uint32_t value = 0;
-    const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (ec != std::errc() || end != text.data() + text.size() || text.empty())
-        return std::nullopt;
-    return value;
-}
-
-std::optional<std::vector<std::uint8_t>> ParseHex(std::string_view text)
-{
-    std::vector<std::uint8_t> out;
-    if (text == "-")
-        return out;
-    if (text.empty() || text.size() % 2 != 0)
-        return std::nullopt;
-    out.reserve(text.size() / 2);
-    for (std::size_t i = 0; i < text.size(); i += 2)
-    {
-        const int hi = HexValue(text[i]);
-        const int lo = HexValue(text[i + 1]);
-        if (hi < 0 || lo < 0)
-            return std::nullopt;
-        out.push_back(static_cast<std::uint8_t>(hi * 16 + lo));
-    }
-    return out;
-}
-
-std::vector<std::string_view> SplitAt(std::string_view text, char separator)
-{
-    std::vector<std::string_view> parts;
-    std::size_t start = 0;
-    while (true)
-    {
-        const std::size_t pos = text.find(separator, start);
-        if (pos == std::string_view::npos)
-        {
-            parts.push_back(text.substr(start));
-            return parts;
-        }
-        parts.push_back(text.substr(start, pos - start));
-        start = pos + 1;
-    }
-}
 
 // The components of a backslash-separated key path. One trailing backslash is tolerated, as
 // Windows does; a leading one or an empty component is a malformed path.
@@ -362,65 +186,38 @@ struct ValuesFile
     std::vector<RegistryNamedValue> values;
 };
 
-bool ParseValues(std::string_view text, std::vector<RegistryNamedValue>& values)
-{
-    if (text.empty() || text.back() != '\n')
-        return false;
-    text.remove_suffix(1);
-    const auto lines = SplitAt(text, '\n');
-    if (lines.size() < 2 || lines.front() != kHeader)
-        return false;
-    for (std::size_t i = 1; i + 1 < lines.size(); ++i)
-    {
-        const auto fields = SplitAt(lines[i], '\t');
-        if (fields.size() != 3)
-            return false;
-        auto name = DecodeValueName(fields[0]);
-        auto type = ParseType(fields[1]);
-        auto data = ParseHex(fields[2]);
-        if (!name || !type || !data)
-            return false;
-        values.push_back({std::move(*name), RegistryValue{*type, std::move(*data)}});
-    }
-    const auto trailer = SplitAt(lines.back(), '\t');
-    return trailer.size() == 2 && trailer[0] == "end" &&
-           trailer[1] == std::to_string(values.size());
-}
-
 ValuesFile LoadValues(const fs::path& dir)
 {
     ValuesFile file;
-    const int fd = ::open((dir / kValuesFile).c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
-    if (fd < 0)
-    {
-        // Missing is an empty key; anything else (a directory in its place...) is damage.
-        file.damaged = errno != ENOENT;
-        return file;
-    }
-    std::string text;
+    const FileSystemCalls& calls = GetFileSystemCalls();
+    FileHandle handle = kNoFileHandle;
+    // The store's own files are regular files; a link or folder in their place is damage.
     struct stat st
     {
     };
-    bool ok = ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode) &&
-              static_cast<std::uint64_t>(st.st_size) <= kMaxValuesFileSize;
+    const fs::path path = dir / kValuesFile;
+    if (::lstat(path.c_str(), &st) != 0)
+    {
+        // Missing is an empty key; anything else is damage.
+        file.damaged = errno != ENOENT;
+        return file;
+    }
+    if (!S_ISREG(st.st_mode) || calls.open(path.c_str(), fileopen::kRead, handle) != 0)
+    {
+        file.damaged = true;
+        return file;
+    }
+    std::string text;
+    std::int64_t size = 0;
+    bool ok =
+        calls.getSize(handle, size) == 0 && static_cast<std::uint64_t>(size) <= kMaxValuesFileSize;
     if (ok)
     {
-        text.resize(static_cast<std::size_t>(st.st_size));
-        std::size_t done = 0;
-        while (done < text.size())
-        {
-            const ssize_t n = ::read(fd, text.data() + done, text.size() - done);
-            if (n < 0 && errno == EINTR)
-                continue;
-            if (n <= 0)
-            {
-                ok = false;
-                break;
-            }
-            done += static_cast<std::size_t>(n);
-        }
+        text.resize(static_cast<std::size_t>(size));
+        std::size_t got = 0;
+        ok = ReadAll(handle, text.data(), text.size(), got) == 0 && got == text.size();
     }
-    ::close(fd);
+    calls.close(handle);
     if (!ok || !ParseValues(text, file.values))
     {
         file.values.clear();
@@ -429,72 +226,37 @@ ValuesFile LoadValues(const fs::path& dir)
     return file;
 }
 
-std::string SerialiseValues(const std::vector<RegistryNamedValue>& values)
+unsigned long ErrorOf(FileError error)
 {
-    std::string out(kHeader);
-    out += '\n';
-    for (const auto& [name, value] : values)
-    {
-        out += EncodeValueName(name);
-        out += '\t';
-        out += TypeName(value.type);
-        out += '\t';
-        if (value.data.empty())
-            out += '-';
-        for (const std::uint8_t byte : value.data)
-        {
-            out += kHexDigits[byte >> 4];
-            out += kHexDigits[byte & 0xF];
-        }
-        out += '\n';
-    }
-    out += "end\t" + std::to_string(values.size()) + "\n";
-    return out;
+    return ErrorFromErrno(static_cast<int>(error));
 }
 
-unsigned long WriteFileFully(int fd, std::string_view data)
-{
-    while (!data.empty())
-    {
-        const ssize_t n = ::write(fd, data.data(), data.size());
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n <= 0)
-            return n < 0 ? ErrorFromErrno(errno) : kWriteFault;
-        data.remove_prefix(static_cast<std::size_t>(n));
-    }
-    return kSuccess;
-}
-
-// Replaces the key's values file atomically. The caller holds the write lock, so one temporary
-// name per key is enough; a leftover from a writer that died is simply overwritten.
+// Replaces the key's values file atomically; the caller holds the write lock.
 unsigned long StoreValues(const fs::path& dir, const ValuesFile& file)
 {
+    const FileSystemCalls& calls = GetFileSystemCalls();
     const fs::path target = dir / kValuesFile;
     if (file.damaged)
     {
         // Keep what could not be read for whoever wants to look at it.
-        ::rename(target.c_str(), (dir / kDamagedFile).c_str());
+        calls.rename(target.c_str(), (dir / kDamagedFile).c_str());
     }
-    const fs::path temp = dir / kTempFile;
-    const int fd =
-        ::open(temp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0600);
-    if (fd < 0)
-        return ErrorFromErrno(errno);
-    unsigned long error = WriteFileFully(fd, SerialiseValues(file.values));
-    if (error == kSuccess && ::fsync(fd) != 0)
-        error = ErrorFromErrno(errno);
-    if (::close(fd) != 0 && error == kSuccess)
-        error = ErrorFromErrno(errno);
-    if (error == kSuccess && ::rename(temp.c_str(), target.c_str()) != 0)
-        error = ErrorFromErrno(errno);
-    if (error != kSuccess)
-    {
-        ::unlink(temp.c_str());
-        return error;
-    }
-    SyncDirectory(dir);
-    return kSuccess;
+    CAtomicFileReplacement replacement(target.string());
+    FileHandle handle = kNoFileHandle;
+    FileError error = calls.open(
+        replacement.GetTemporaryPath(),
+        fileopen::kWrite | fileopen::kCreate | fileopen::kTruncate | fileopen::kPrivate, handle);
+    if (error != 0)
+        return ErrorOf(error);
+    const std::string text = SerialiseValues(file.values);
+    error = WriteAll(handle, text.data(), text.size());
+    if (error == 0)
+        error = calls.sync(handle);
+    if (const FileError closed = calls.close(handle); error == 0)
+        error = closed;
+    if (error == 0 && !replacement.Commit())
+        error = replacement.GetError();
+    return error == 0 ? kSuccess : ErrorOf(error);
 }
 
 std::vector<RegistryNamedValue>::iterator FindValue(std::vector<RegistryNamedValue>& values,

@@ -1,5 +1,6 @@
 #include <ctime>
 #include <shared/platform/SystemTime.h>
+#include <shared/platform/TimeZoneRules.h>
 
 namespace shared::platform
 {
@@ -65,13 +66,7 @@ public:
 
     std::int64_t GetLocalOffsetSeconds(std::int64_t utcSeconds) const override
     {
-        const auto t = static_cast<std::time_t>(utcSeconds);
-        std::tm local{};
-        if (::localtime_r(&t, &local) == nullptr)
-        {
-            return 0; // outside what the C library can break down: treat as UTC
-        }
-        return local.tm_gmtoff;
+        return LocalUtcOffsetSeconds(utcSeconds);
     }
 
     bool SetUtcMilliseconds(std::int64_t utcMilliseconds) override

@@ -389,6 +389,17 @@ ETimeZoneState TimeZoneRules::GetStateAt(std::int64_t utcSeconds) const
     return daylight ? ETimeZoneState::Daylight : ETimeZoneState::Standard;
 }
 
+long TimeZoneRules::GetUtcOffsetAt(std::int64_t utcSeconds) const
+{
+    return GetStateAt(utcSeconds) == ETimeZoneState::Daylight ? m_daylightOffset : m_standardOffset;
+}
+
+std::int64_t LocalUtcOffsetSeconds(std::int64_t utcSeconds)
+{
+    const auto rules = CurrentTimeZoneRules();
+    return rules ? rules->GetUtcOffsetAt(utcSeconds) : 0;
+}
+
 std::optional<TimeZoneRules> CurrentTimeZoneRules()
 {
     {

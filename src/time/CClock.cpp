@@ -1,6 +1,5 @@
 #include <cmath>
 #include <cstdio>
-#include <ctime>
 #include <shared/foundation/CLog.h>
 #include <shared/platform/SystemTime.h>
 #include <shared/platform/TimeZoneRules.h>
@@ -90,15 +89,30 @@ COleDateTime BuildUp(NCivilTime::TIMESTAMP const& ts)
     return COleDateTime(ts.usYear, ts.byMonth, ts.byDay, ts.byHour, ts.byMinute, ts.bySecond);
 }
 
-CString FormatLocalNow(const char* format)
+// The zone's current name and offset, as the runtime's "%Z" and "%z" give them, but from the zone
+// rules the library uses everywhere else rather than from the host's zone.
+CString ZoneNameNow()
 {
-    const time_t now = static_cast<time_t>(PcUtcSeconds());
-    std::tm local{};
-    char text[128] = {};
-    if (localtime_r(&now, &local) == nullptr ||
-        std::strftime(text, sizeof text, format, &local) == 0)
-        return CString();
-    return CString(text);
+    shared::platform::TimeZoneInformation info;
+    switch (shared::platform::GetTimeZoneInformation(info, PcUtcSeconds()))
+    {
+    case shared::platform::ETimeZoneState::Daylight:
+        return CString(info.DaylightName.c_str());
+    case shared::platform::ETimeZoneState::Unknown:
+    case shared::platform::ETimeZoneState::Standard:
+        return CString(info.StandardName.c_str());
+    case shared::platform::ETimeZoneState::Invalid:
+        break;
+    }
+    return CString();
+}
+
+CString ZoneOffsetNow(long minutesEastOfUtc)
+{
+    const long magnitude = minutesEastOfUtc < 0 ? -minutesEastOfUtc : minutesEastOfUtc;
+    CString text;
+    text.Format("%c%02ld%02ld", minutesEastOfUtc < 0 ? '-' : '+', magnitude / 60, magnitude % 60);
+    return text;
 }
 
 } // namespace
@@ -274,12 +288,13 @@ long CClock::GetUTCToLocalMappingInMinutes()
 
 CString CClock::GetTimeZoneString(int zone)
 {
-    return zone == 0 ? CString("UTC (Universal Time)") : FormatLocalNow("%z");
+    return zone == 0 ? CString("UTC (Universal Time)")
+                     : ZoneOffsetNow(GetUTCToLocalMappingInMinutes());
 }
 
 CString CClock::GetShortTimeZoneString(int zone)
 {
-    return zone == 0 ? CString("UTC") : FormatLocalNow("%Z");
+    return zone == 0 ? CString("UTC") : ZoneNameNow();
 }
 
 // --- Conversions ----------------------------------------------------------------------------

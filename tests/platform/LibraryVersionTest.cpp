@@ -2,9 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include <regex>
+#include <cstdio>
 
 TEST(LibraryVersion, IsMajorMinorPatch)
 {
-    EXPECT_TRUE(std::regex_match(SharedLibraryVersion(), std::regex(R"(\d+\.\d+\.\d+)")));
+    unsigned major = 0, minor = 0, patch = 0;
+    int used = 0;
+    const char* version = SharedLibraryVersion();
+    ASSERT_EQ(std::sscanf(version, "%u.%u.%u%n", &major, &minor, &patch, &used), 3);
+    EXPECT_EQ(version[used], '\0') << version;
 }

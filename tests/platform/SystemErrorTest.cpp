@@ -5,21 +5,11 @@
 
 using namespace shared::platform;
 
-TEST(SystemErrorTest, WindowsCodesHaveTheSystemTexts)
+TEST(SystemErrorTest, CodesWithoutASystemTextHaveNone)
 {
-    EXPECT_EQ(SystemErrorText(0), "The operation completed successfully.");
-    EXPECT_EQ(SystemErrorText(2), "The system cannot find the file specified.");
-    EXPECT_EQ(SystemErrorText(5), "Access is denied.");
-    EXPECT_EQ(SystemErrorText(31), "A device attached to the system is not functioning.");
-    EXPECT_EQ(SystemErrorText(87), "The parameter is incorrect.");
-    EXPECT_EQ(SystemErrorText(193), "%1 is not a valid Win32 application."); // inserts ignored
-    EXPECT_EQ(SystemErrorText(1460), "This operation returned because the timeout period expired.");
-    EXPECT_EQ(SystemErrorText(1815),
-              "The specified resource language ID cannot be found in the image file.");
-    // Codes the system has no text for.
-    EXPECT_EQ(SystemErrorText(7), "");
-    EXPECT_EQ(SystemErrorText(99999), "");
-    EXPECT_EQ(SystemErrorText(0xFFFFFFFFUL), "");
+    EXPECT_EQ(SystemErrorText(193), "%1 is not a valid Win32 application."); // inserts kept
+    for (const unsigned long code : {7UL, 99999UL, 0xFFFFFFFFUL})
+        EXPECT_EQ(SystemErrorText(code), "") << code;
 }
 
 TEST(SystemErrorTest, HostErrorsMapToWindowsCodesOrCarryTheirErrno)

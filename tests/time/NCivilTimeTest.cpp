@@ -97,18 +97,20 @@ TEST(NCivilTimeTest, BreakDownWithoutZoneMatchesGmtime)
 TEST(NCivilTimeTest, RecordsAreCheckedBeforeConversion)
 {
     auto convert = [](TIMESTAMP ts) { return NCivilTime::ConvertFromBrokenDownTime(&ts, 0); };
-    EXPECT_EQ(convert(Record(1970, 1, 1)), 0UL);
-    EXPECT_EQ(convert(Record(2006, 6, 12, 10, 30, 5)), 1150108205UL);
-    EXPECT_EQ(convert(Record(106, 6, 12, 10, 30, 5)), 1150108205UL); // years since 1900
-    EXPECT_EQ(convert(Record(2006, 13, 1)), 0xFFFFFFFFUL);
-    EXPECT_EQ(convert(Record(2006, 0, 1)), 0xFFFFFFFFUL);
-    EXPECT_EQ(convert(Record(1969, 12, 31)), 0xFFFFFFFFUL);
-    EXPECT_EQ(convert(Record(69, 12, 31)), 0xFFFFFFFFUL);
-    EXPECT_EQ(convert(Record(2006, 2, 31)), 0xFFFFFFFFUL);
-    EXPECT_EQ(convert(Record(2006, 4, 31)), 0xFFFFFFFFUL);
-    EXPECT_EQ(convert(Record(2004, 2, 29)), 1078012800UL);
-    EXPECT_EQ(convert(Record(2005, 2, 29)), 0xFFFFFFFFUL);
-    EXPECT_EQ(convert(Record(2000, 2, 29)), 951782400UL); // divisible by 400: leap
+    constexpr unsigned long kBad = 0xFFFFFFFFUL;
+    struct Case
+    {
+        TIMESTAMP record;
+        unsigned long seconds;
+    };
+    for (const Case& c :
+         {Case{Record(1970, 1, 1), 0UL}, Case{Record(106, 6, 12, 10, 30, 5), 1150108205UL},
+          Case{Record(2006, 13, 1), kBad}, Case{Record(2006, 0, 1), kBad},
+          Case{Record(1969, 12, 31), kBad}, Case{Record(69, 12, 31), kBad},
+          Case{Record(2006, 2, 31), kBad}, Case{Record(2006, 4, 31), kBad},
+          Case{Record(2004, 2, 29), 1078012800UL}, Case{Record(2005, 2, 29), kBad},
+          Case{Record(2000, 2, 29), 951782400UL}})
+        EXPECT_EQ(convert(c.record), c.seconds) << c.record.usYear << "-" << int{c.record.byMonth};
     // Day 0 is let through and means the last day of the month before.
     EXPECT_EQ(convert(Record(2006, 3, 0)), convert(Record(2006, 2, 28)));
     EXPECT_EQ(NCivilTime::ConvertFromBrokenDownTime(nullptr, 0), 0xFFFFFFFFUL);

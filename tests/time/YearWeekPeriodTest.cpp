@@ -28,14 +28,16 @@ std::vector<CYearWeekPeriod> Periods(COleDateTime const& from, COleDateTime cons
 
 TEST(YearWeekPeriodTest, WeeksAreSevenDayBlocksFromNewYear)
 {
-    EXPECT_EQ(CYearWeekPeriod(At(2006, 1, 1)), CYearWeekPeriod(2006, 0));
-    EXPECT_EQ(CYearWeekPeriod(At(2006, 1, 7, 23, 59)), CYearWeekPeriod(2006, 0));
-    EXPECT_EQ(CYearWeekPeriod(At(2006, 1, 8)), CYearWeekPeriod(2006, 1));
-    EXPECT_EQ(CYearWeekPeriod(At(2006, 12, 30)), CYearWeekPeriod(2006, 51));
-    EXPECT_EQ(CYearWeekPeriod(At(2006, 12, 31, 23, 59, 59)), CYearWeekPeriod(2006, 52));
-    EXPECT_EQ(CYearWeekPeriod(At(2008, 12, 30)), CYearWeekPeriod(2008, 52));
-    EXPECT_EQ(CYearWeekPeriod(At(2008, 12, 31)), CYearWeekPeriod(2008, 52));
-    EXPECT_EQ(CYearWeekPeriod(At(2008, 12, 29)), CYearWeekPeriod(2008, 51));
+    struct Case
+    {
+        COleDateTime at;
+        int week;
+    };
+    for (const Case& c :
+         {Case{At(2006, 1, 1), 0}, Case{At(2006, 1, 7, 23, 59), 0}, Case{At(2006, 1, 8), 1},
+          Case{At(2006, 12, 30), 51}, Case{At(2006, 12, 31, 23, 59, 59), 52},
+          Case{At(2008, 12, 29), 51}, Case{At(2008, 12, 30), 52}, Case{At(2008, 12, 31), 52}})
+        EXPECT_EQ(CYearWeekPeriod(c.at), CYearWeekPeriod(c.at.GetYear(), c.week)) << c.at.m_dt;
 
     COleDateTime invalid;
     invalid.SetStatus(COleDateTime::invalid);

@@ -71,8 +71,7 @@ void Run(const std::optional<std::string>& zone, std::optional<int> year, bool j
     CClock::InitialiseTimezone();
     const COleDateTime utc = CClock::GetUTCCurrentDateTime();
     const long toUtc = CClock::GetLocalToUTCMappingInMinutes();
-    const COleDateTime local =
-        zone ? CClock::ConvertFromUTCToLocal(utc) : CClock::GetLocalDateTime();
+    const COleDateTime local = CClock::GetLocalDateTime();
     const auto info = rules->GetInformation(CClock::GetUTCCurrentDateTimeInMilliseconds() / 1000);
     const int theYear = year.value_or(utc.GetYear());
 
@@ -84,8 +83,7 @@ void Run(const std::optional<std::string>& zone, std::optional<int> year, bool j
                        {"offset", Offset(-(info.Bias + info.StandardBias))}};
     out["localToUtcMinutes"] = toUtc;
     out["currentOffset"] = Offset(-toUtc);
-    if (!zone)
-        out["zoneName"] = Text(CClock::GetShortTimeZoneString(1));
+    out["zoneName"] = Text(CClock::GetShortTimeZoneString(1));
     if (rules->HasDaylightSaving())
     {
         out["daylight"] = {{"name", info.DaylightName},

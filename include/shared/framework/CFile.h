@@ -1,6 +1,7 @@
 #pragma once
 
-// The framework's unbuffered binary file, on a POSIX file descriptor.
+// The framework's unbuffered binary file, on a handle of the platform's file-system calls
+// (shared/platform/FileSystem.h), which tests may replace to inject faults.
 //
 // Open reports failure by result (and fills the optional CFileException); every other
 // operation on a failing or closed file throws a CFileException* as the framework does, which
@@ -15,6 +16,7 @@
 #include <shared/framework/CString.h>
 #include <shared/framework/WinTypes.h>
 #include <shared/platform/Export.h>
+#include <shared/platform/FileSystem.h>
 
 class SHARED_API CFile : public CObject
 {
@@ -49,12 +51,12 @@ public:
         end = 0x2
     };
 
-    // The descriptor of a closed file.
-    static constexpr int hFileNull = -1;
+    // The handle of a closed file.
+    static constexpr shared::platform::FileHandle hFileNull = shared::platform::kNoFileHandle;
 
     CFile();
-    // Attaches an open descriptor; the file closes it when it is closed or destroyed.
-    explicit CFile(int hFile);
+    // Attaches an open handle; the file closes it when it is closed or destroyed.
+    explicit CFile(shared::platform::FileHandle hFile);
     // Opens the file and throws a CFileException* when that fails.
     CFile(LPCTSTR lpszFileName, UINT nOpenFlags);
     virtual ~CFile();
@@ -86,19 +88,22 @@ public:
     virtual CString GetFilePath() const;
     virtual void SetFilePath(LPCTSTR lpszNewName);
 
-    // Replaces an existing target in one atomic step (POSIX rename), which safe saves through
-    // a temporary file rely on.
+    // Replaces an existing target in one atomic step, which safe saves through a temporary file
+    // rely on.
     static void PASCAL Rename(LPCTSTR lpszOldName, LPCTSTR lpszNewName);
     static void PASCAL Remove(LPCTSTR lpszFileName);
 
-    // The POSIX descriptor, hFileNull when closed.
-    int m_hFile;
+    // The platform's handle, hFileNull when closed.
+    shared::platform::FileHandle m_hFile;
 
 protected:
     BOOL m_bCloseOnDelete;
     CString m_strFileName;
 
-    // Opens the descriptor for the flags; returns the errno on failure, 0 on success.
-    int OpenDescriptor(LPCTSTR lpszFileName, UINT nOpenFlags);
-    [[noreturn]] void ThrowLastError(int error) const;
+    // Opens the handle for the flags; returns the platform's error code on failure, 0 on
+    // success.
+    shared::platform::FileError OpenHandle(LPCTSTR lpszFileName, UINT nOpenFlags);
+    [[noreturn]] void ThrowLastError(shared::platform::FileError error) const;
+    // Throws invalidFile when the file is closed.
+    void CheckOpen() const;
 };

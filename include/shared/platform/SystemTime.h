@@ -4,10 +4,11 @@
 //
 // Everything in the library that needs "now" reads it through the functions below (the
 // equivalents of Windows' GetSystemTime, GetLocalTime and SetSystemTime), and they ask the current
-// ISystemTimeSource. The real source reads CLOCK_REALTIME and the C library's local zone
-// (localtime_r, so TZ applies) and sets the clock with clock_settime, which needs privileges and
-// reports failure otherwise. Tests install a CManualSystemTimeSource, usually through
-// CScopedSystemTimeSource, so they control the time and never touch the real clock:
+// ISystemTimeSource. The real source reads CLOCK_REALTIME, takes the local offset from the zone
+// rules of TimeZoneRules.h (never from the host's zone directly, so installed rules apply) and sets
+// the clock with clock_settime, which needs privileges and reports failure otherwise. Tests install
+// a CManualSystemTimeSource, usually through CScopedSystemTimeSource, so they control the time and
+// never touch the real clock:
 //
 //     shared::platform::CManualSystemTimeSource fake(shared::platform::UtcMilliseconds(2006, 6, 12,
 //                                                    16, 5, 9, 42), 60 * 60);

@@ -104,6 +104,9 @@ public:
     const std::string& GetPosixString() const { return m_posix; }
     bool HasDaylightSaving() const { return m_hasDaylight; }
 
+    const std::string& GetStandardName() const { return m_standardName; }
+    const std::string& GetDaylightName() const { return m_daylightName; }
+
     // Seconds to add to UTC to get local standard / daylight time.
     long GetStandardUtcOffset() const { return m_standardOffset; }
     long GetDaylightUtcOffset() const { return m_daylightOffset; }
@@ -119,6 +122,9 @@ public:
 
     // Standard or Daylight at the UTC instant, Unknown for a zone without daylight saving.
     ETimeZoneState GetStateAt(std::int64_t utcSeconds) const;
+
+    // Seconds to add to UTC to get local wall-clock time at the UTC instant.
+    long GetUtcOffsetAt(std::int64_t utcSeconds) const;
 
     // The exact change instants of the given year; nothing without daylight saving.
     std::optional<DaylightTransitions> GetTransitionsInYear(int year) const;
@@ -137,6 +143,10 @@ private:
 // The process-wide zone the library treats as local: the installed override if there is one,
 // else TimeZoneRules::FromEnvironment() read afresh (so a changed TZ is seen).
 SHARED_API std::optional<TimeZoneRules> CurrentTimeZoneRules();
+
+// Seconds to add to UTC to get local wall-clock time at the UTC instant in the current zone; 0
+// when the zone cannot be determined. Every local-time conversion of the library uses this.
+SHARED_API std::int64_t LocalUtcOffsetSeconds(std::int64_t utcSeconds);
 
 // Installs rules that replace the environment for the whole process; nothing restores it.
 SHARED_API void OverrideTimeZoneRules(std::optional<TimeZoneRules> rules);
