@@ -302,29 +302,13 @@ public:
     }
 };
 
-// A receiver fed from a byte script; an empty script reads as a timeout at once, so timeout
-// paths run without waiting.
-class ScriptedZModem : public CZModem
+// A receiver whose file store is memory and which records what it sends.
+class MemoryZModem : public CZModem
 {
 public:
-    explicit ScriptedZModem(E_ZMODEM_FLAGS flags = ZMODEM_NO_FLAGS) : CZModem(flags) {}
-
-    static constexpr int TIMEOUT = -1; // a script entry that reads as one timeout
-    std::deque<int> input;
-    Bytes sent;
+    explicit MemoryZModem(E_ZMODEM_FLAGS flags) : CZModem(flags) {}
     MemoryStore store;
-    unsigned long timeouts = 0;
-    unsigned long purges = 0;
-    std::vector<unsigned long> timeoutRequests; // the timeouts asked for, in ms
-
-    void Feed(const Bytes& bytes) { input.insert(input.end(), bytes.begin(), bytes.end()); }
-    void FeedTimeouts(int n) { input.insert(input.end(), static_cast<std::size_t>(n), TIMEOUT); }
-
-    using CZModem::GetAttentionString;
-    using CZModem::GetFileLength;
-    using CZModem::GetFileMode;
-    using CZModem::GetFlags;
-    using CZModem::GetModificationTime;
+    Bytes sent;
 
 protected:
     bool ZCreateFile(char const* name, bool binary, bool append) override
@@ -343,6 +327,31 @@ protected:
     {
         sent.insert(sent.end(), data, data + count);
     }
+};
+
+// A receiver fed from a byte script; an empty script reads as a timeout at once, so timeout
+// paths run without waiting.
+class ScriptedZModem : public MemoryZModem
+{
+public:
+    explicit ScriptedZModem(E_ZMODEM_FLAGS flags = ZMODEM_NO_FLAGS) : MemoryZModem(flags) {}
+
+    static constexpr int TIMEOUT = -1; // a script entry that reads as one timeout
+    std::deque<int> input;
+    unsigned long timeouts = 0;
+    unsigned long purges = 0;
+    std::vector<unsigned long> timeoutRequests; // the timeouts asked for, in ms
+
+    void Feed(const Bytes& bytes) { input.insert(input.end(), bytes.begin(), bytes.end()); }
+    void FeedTimeouts(int n) { input.insert(input.end(), static_cast<std::size_t>(n), TIMEOUT); }
+
+    using CZModem::GetAttentionString;
+    using CZModem::GetFileLength;
+    using CZModem::GetFileMode;
+    using CZModem::GetFlags;
+    using CZModem::GetModificationTime;
+
+protected:
     bool ZReadByte(unsigned char& byte, unsigned long timeoutMs) override
     {
         const int next = input.empty() ? TIMEOUT : input.front();
@@ -434,12 +443,12 @@ struct LineNoise
 
 // A receiver whose line is a command and whose store is memory. It can end the sender (and all
 // it started) once it has read a given number of bytes.
-class ProcessZModem : public CZModem
+class ProcessZModem : public MemoryZModem
 {
 public:
     explicit ProcessZModem(const std::string& command, E_ZMODEM_FLAGS flags = ZMODEM_NO_FLAGS,
                            LineNoise noise = {})
-        : CZModem(flags), m_noise(noise), m_rng(noise.seed)
+        : MemoryZModem(flags), m_noise(noise), m_rng(noise.seed)
     {
         started = m_child.Start(command);
         // Shorter than the protocol's 3 s so that recovery from a lost header stays quick.
@@ -450,28 +459,14 @@ public:
     int Finish() { return m_child.Stop(5000); }
 
     bool started = false;
-    MemoryStore store;
-    Bytes sent;
     std::size_t damaged = 0;
     std::size_t endSenderAfter = 0; // bytes; 0 never
     bool endForced = false;
 
 protected:
-    bool ZCreateFile(char const* name, bool binary, bool append) override
-    {
-        return store.Create(name, binary, append, GetFileLength());
-    }
-    bool ZCloseFile(unsigned long time, int mode) override
-    {
-        return store.Close(time, mode, IsClosingAtEndOfFile());
-    }
-    void ZWriteData(unsigned char const* data, unsigned long count) override
-    {
-        store.Write(data, count);
-    }
     void ZSendBytes(unsigned char const* data, unsigned long count) override
     {
-        sent.insert(sent.end(), data, data + count);
+        MemoryZModem::ZSendBytes(data, count);
         m_child.Write(data, count);
     }
     bool ZReadByte(unsigned char& byte, unsigned long timeoutMs) override
