@@ -1,12 +1,16 @@
 // Receiving a 16 MiB file from lrzsz's sz through pipes: this library's receiver writing to a
-// file, side by side with lrzsz's own rz receiving the same file the same way. Reports the rate
-// and the CPU time of the receiver (and of the sender, which is the same program in both).
+// file, side by side with lrzsz's own rz receiving the same file the same way, in alternating
+// rounds. Reports the medians of wall time and receiver CPU time of both, and the CPU ratio.
 
-#include "../tests/comms/ZModemPeer.h"
+#include "../tests/comms/ZModemTestSupport.h"
 
+#include <algorithm>
 #include <benchmark/benchmark.h>
+#include <chrono>
 #include <cstring>
+#include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
 
 using namespace zmodem_test;
 
@@ -49,7 +53,7 @@ double ThreadCpuSeconds()
 class FileZModem : public CZModem
 {
 public:
-    FileZModem(ChildProcess& child, std::filesystem::path directory)
+    FileZModem(shared::platform::CChildProcess& child, std::filesystem::path directory)
         : CZModem(ZMODEM_NO_FLAGS), m_child(child), m_directory(std::move(directory))
     {
     }
@@ -83,9 +87,15 @@ protected:
     }
     bool ZReadByte(unsigned char& byte, unsigned long timeoutMs) override
     {
-        return m_child.Read(byte, timeoutMs);
+        return m_child.Read(&byte, 1, timeoutMs) == 1;
     }
-    void ZPurgeInput() override { m_child.Drain(); }
+    unsigned long ZReadBlock(unsigned char* buffer, unsigned long size,
+                             unsigned long timeoutMs) override
+    {
+        const long n = m_child.Read(buffer, size, timeoutMs);
+        return n > 0 ? static_cast<unsigned long>(n) : 0;
+    }
+    void ZPurgeInput() override { m_child.DiscardOutput(); }
 
 private:
     bool Flush()
@@ -96,59 +106,102 @@ private:
         m_used = 0;
         return ok;
     }
-    ChildProcess& m_child;
+    shared::platform::CChildProcess& m_child;
     std::filesystem::path m_directory;
     int m_fd = -1;
     unsigned char m_buffer[1 << 16];
     std::size_t m_used = 0;
 };
 
-void Report(benchmark::State& state, double receiverCpu, double senderCpu)
+struct Round
 {
-    const double n = static_cast<double>(state.iterations());
-    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations()) *
-                            static_cast<std::int64_t>(FILE_SIZE));
-    state.counters["receiver_cpu_s"] = receiverCpu / n;
-    state.counters["sender_cpu_s"] = senderCpu / n;
+    bool ok = false;
+    double wall = 0;        // seconds
+    double receiverCpu = 0; // seconds
+};
+
+double Now()
+{
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch())
+        .count();
 }
 
-void BM_ZModemReceive_Shared(benchmark::State& state)
+// One transfer into this library's receiver.
+Round ReceiveShared(const std::filesystem::path& source)
 {
-    if (!HaveProgram("sz"))
-    {
-        state.SkipWithError("sz is not installed");
-        return;
-    }
-    const auto& source = Source();
-    double receiverCpu = 0;
-    double senderCpu = 0;
-    for (auto _ : state)
-    {
-        TempDir out;
-        ChildProcess child;
-        child.SetDeadline(std::chrono::seconds(120));
-        if (!child.Start({FindProgram("sz"), "-q", "big.bin"}, source.Path()))
-        {
-            state.SkipWithError("cannot start sz");
-            return;
-        }
-        FileZModem rx(child, out.Path());
-        const double before = ThreadCpuSeconds();
-        const bool ok = rx.ZModemReceive();
-        receiverCpu += ThreadCpuSeconds() - before;
-        child.Wait();
-        senderCpu += CpuSeconds(child.Usage());
-        if (!ok || std::filesystem::file_size(out.Path() / "big.bin") != FILE_SIZE)
-        {
-            state.SkipWithError("transfer failed");
-            return;
-        }
-    }
-    Report(state, receiverCpu, senderCpu);
+    Round round;
+    TempDir out;
+    shared::platform::CChildProcess child;
+    if (!child.Start(SzCommand(source, {"-q", "big.bin"})))
+        return round;
+    FileZModem rx(child, out.Path());
+    const double start = Now();
+    const double before = ThreadCpuSeconds();
+    const bool ok = rx.ZModemReceive();
+    round.receiverCpu = ThreadCpuSeconds() - before;
+    child.Stop(5000);
+    round.wall = Now() - start;
+    std::error_code ec;
+    round.ok = ok && std::filesystem::file_size(out.Path() / "big.bin", ec) == FILE_SIZE;
+    return round;
 }
 
-// sz and rz connected to each other by two pipes.
-void BM_ZModemReceive_Lrzsz(benchmark::State& state)
+// One transfer from sz into lrzsz's rz, connected by two pipes.
+Round ReceiveRz(const std::filesystem::path& source)
+{
+    Round round;
+    TempDir out;
+    int szToRz[2];
+    int rzToSz[2];
+    if (::pipe(szToRz) != 0 || ::pipe(rzToSz) != 0)
+        return round;
+    auto spawn = [&](const std::string& program, const char* directory, int in, int outFd)
+    {
+        const std::string path = "/usr/bin/" + program;
+        const pid_t pid = ::fork();
+        if (pid == 0)
+        {
+            if (::chdir(directory) != 0)
+                ::_exit(127);
+            ::dup2(in, 0);
+            ::dup2(outFd, 1);
+            for (int fd : {szToRz[0], szToRz[1], rzToSz[0], rzToSz[1]})
+                ::close(fd);
+            const int devNull = ::open("/dev/null", O_WRONLY);
+            ::dup2(devNull, 2);
+            ::execl(path.c_str(), path.c_str(), "-q", program == "sz" ? "big.bin" : nullptr,
+                    nullptr);
+            ::_exit(127);
+        }
+        return pid;
+    };
+    const double start = Now();
+    const pid_t sz = spawn("sz", source.c_str(), rzToSz[0], szToRz[1]);
+    const pid_t rz = spawn("rz", out.Path().c_str(), szToRz[0], rzToSz[1]);
+    for (int fd : {szToRz[0], szToRz[1], rzToSz[0], rzToSz[1]})
+        ::close(fd);
+    int status = 0;
+    rusage usage{};
+    ::wait4(rz, &status, 0, &usage);
+    round.receiverCpu = CpuSeconds(usage);
+    const bool ok = WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    ::waitpid(sz, &status, 0);
+    round.wall = Now() - start;
+    std::error_code ec;
+    round.ok = ok && std::filesystem::file_size(out.Path() / "big.bin", ec) == FILE_SIZE;
+    return round;
+}
+
+double Median(std::vector<double> values)
+{
+    std::sort(values.begin(), values.end());
+    const std::size_t n = values.size();
+    return n == 0 ? 0 : n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
+}
+
+// Rounds alternate between the two receivers so that a busy machine weighs on both alike; the
+// medians and the ratio of receiver CPU (ours over rz's) are reported.
+void BM_ZModemReceive_VersusRz(benchmark::State& state)
 {
     if (!HaveProgram("sz") || !HaveProgram("rz"))
     {
@@ -156,60 +209,30 @@ void BM_ZModemReceive_Lrzsz(benchmark::State& state)
         return;
     }
     const auto& source = Source();
-    double receiverCpu = 0;
-    double senderCpu = 0;
+    std::vector<double> oursCpu, oursWall, rzCpu, rzWall;
     for (auto _ : state)
     {
-        TempDir out;
-        int szToRz[2];
-        int rzToSz[2];
-        if (::pipe(szToRz) != 0 || ::pipe(rzToSz) != 0)
+        const Round ours = ReceiveShared(source.Path());
+        const Round peer = ReceiveRz(source.Path());
+        if (!ours.ok || !peer.ok)
         {
-            state.SkipWithError("pipe");
+            state.SkipWithError(ours.ok ? "rz transfer failed" : "transfer failed");
             return;
         }
-        auto spawn = [&](const std::string& program, const char* directory, int in, int outFd)
-        {
-            const pid_t pid = ::fork();
-            if (pid == 0)
-            {
-                if (::chdir(directory) != 0)
-                    ::_exit(127);
-                ::dup2(in, 0);
-                ::dup2(outFd, 1);
-                for (int fd : {szToRz[0], szToRz[1], rzToSz[0], rzToSz[1]})
-                    ::close(fd);
-                const int devNull = ::open("/dev/null", O_WRONLY);
-                ::dup2(devNull, 2);
-                const std::string path = FindProgram(program);
-                ::execl(path.c_str(), path.c_str(), "-q", program == "sz" ? "big.bin" : nullptr,
-                        nullptr);
-                ::_exit(127);
-            }
-            return pid;
-        };
-        const pid_t sz = spawn("sz", source.Path().c_str(), rzToSz[0], szToRz[1]);
-        const pid_t rz = spawn("rz", out.Path().c_str(), szToRz[0], rzToSz[1]);
-        for (int fd : {szToRz[0], szToRz[1], rzToSz[0], rzToSz[1]})
-            ::close(fd);
-        int status = 0;
-        rusage usage{};
-        ::wait4(rz, &status, 0, &usage);
-        receiverCpu += CpuSeconds(usage);
-        const bool ok = WIFEXITED(status) && WEXITSTATUS(status) == 0;
-        ::wait4(sz, &status, 0, &usage);
-        senderCpu += CpuSeconds(usage);
-        std::error_code ec;
-        if (!ok || std::filesystem::file_size(out.Path() / "big.bin", ec) != FILE_SIZE)
-        {
-            state.SkipWithError("rz transfer failed");
-            return;
-        }
+        oursCpu.push_back(ours.receiverCpu);
+        oursWall.push_back(ours.wall);
+        rzCpu.push_back(peer.receiverCpu);
+        rzWall.push_back(peer.wall);
     }
-    Report(state, receiverCpu, senderCpu);
+    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations()) *
+                            static_cast<std::int64_t>(FILE_SIZE));
+    state.counters["shared_cpu_s"] = Median(oursCpu);
+    state.counters["rz_cpu_s"] = Median(rzCpu);
+    state.counters["cpu_ratio"] = Median(oursCpu) / Median(rzCpu);
+    state.counters["shared_wall_s"] = Median(oursWall);
+    state.counters["rz_wall_s"] = Median(rzWall);
 }
 
 } // namespace
 
-BENCHMARK(BM_ZModemReceive_Shared)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(5);
-BENCHMARK(BM_ZModemReceive_Lrzsz)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(5);
+BENCHMARK(BM_ZModemReceive_VersusRz)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(7);

@@ -1,4 +1,5 @@
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <shared/comms/CZModem.h>
@@ -41,6 +42,12 @@ constexpr unsigned long SHORT_TIMEOUT = 1;           // tenths
 constexpr unsigned long FINISH_TIMEOUT = 100;        // tenths, the wait for "OO"
 constexpr std::uint32_t CRC32_RESIDUE = 0xDEBB20E3;  // reflected CRC-32 over data + CRC
 constexpr int HANDSHAKE_ATTEMPTS = 5;
+// Header hunts that may run out of bytes without counting as a fault while a resend request is
+// fresh: about 240 KiB, more than pipes, pseudo-terminals and a relay between them hold; and at
+// most four times that between two intact subpackets, so a sender that only sends noise still
+// uses up the allowance.
+constexpr unsigned long STALE_HUNTS = 64;
+constexpr unsigned long STALE_HUNTS_PER_STALL = 4 * STALE_HUNTS;
 
 constexpr std::array<std::uint16_t, 256> MakeCRC16Table()
 {
@@ -100,6 +107,11 @@ bool CZModem::ZCloseFile(unsigned long, int)
 bool CZModem::ZSendBreak()
 {
     return true;
+}
+
+unsigned long CZModem::ZReadBlock(unsigned char* buffer, unsigned long, unsigned long timeoutMs)
+{
+    return ZReadByte(buffer[0], timeoutMs) ? 1 : 0;
 }
 
 void CZModem::SetHeaderValue(std::array<std::uint8_t, 4>& header, std::uint32_t value)
@@ -315,6 +327,24 @@ int CZModem::ReceiveFileData()
     std::uint32_t received = 0;
     int allowance = ERROR_ALLOWANCE;
 
+    // After asking for a resend, whatever the sender had already sent (or a relay between us
+    // still holds) keeps arriving before the answer: on a deep line that is more than one
+    // header hunt's worth. Counting each such hunt as a fault, and answering it with yet another
+    // ZRPOS that restarts the sender once more, used up the allowance on a merely noisy line.
+    // So for one receive timeout, and a bounded amount of data, a hunt that finds no header or
+    // a ZDATA for an older request is taken as stale and skipped.
+    unsigned long staleHunts = 0;
+    unsigned long stallHunts = STALE_HUNTS_PER_STALL;
+    std::chrono::steady_clock::time_point staleUntil{};
+    auto stale = [&]
+    {
+        if (staleHunts == 0 || stallHunts == 0 || std::chrono::steady_clock::now() > staleUntil)
+            return false;
+        --staleHunts;
+        --stallHunts;
+        return true;
+    };
+
     // Counts one fault against the allowance; false when it is used up (the file is closed).
     auto fault = [&](bool sendAttention)
     {
@@ -326,12 +356,15 @@ int CZModem::ReceiveFileData()
         if (sendAttention)
         {
             // A streaming sender goes on sending until it reads our ZRPOS; whatever of that is
-            // already buffered on our side is useless, and on a deep buffer (a pipe, a network
-            // link) hunting through it for the next header would use up the allowance.
+            // already buffered on our side is useless.
             ZPurgeInput();
+            m_uInputNext = m_uInputEnd;
             SendAttentionSequence();
         }
         SendPositionHeader(ZRPOS, received);
+        staleHunts = STALE_HUNTS;
+        staleUntil =
+            std::chrono::steady_clock::now() + std::chrono::milliseconds(m_ulReceiveTimeout * 100);
         return true;
     };
 
@@ -346,6 +379,8 @@ int CZModem::ReceiveFileData()
                 return RESULT_ERROR;
             continue;
         case RESULT_ERROR:
+            if (m_bHeaderGarbage && stale())
+                continue;
             if (!fault(true))
                 return RESULT_ERROR;
             continue;
@@ -379,6 +414,8 @@ int CZModem::ReceiveFileData()
         // ZDATA
         if (GetHeaderValue(m_abyRxHeader) != received)
         {
+            if (stale())
+                continue;
             if (!fault(true))
                 return RESULT_ERROR;
             continue;
@@ -395,6 +432,8 @@ int CZModem::ReceiveFileData()
             case RESULT_GOTCRCW:
             case RESULT_GOTCRCE:
                 allowance = ERROR_ALLOWANCE;
+                staleHunts = 0;
+                stallHunts = STALE_HUNTS_PER_STALL;
                 if (count > 0)
                     ZWriteData(m_abyBuffer.data(), count);
                 received += static_cast<std::uint32_t>(count);
@@ -431,10 +470,14 @@ int CZModem::ReceiveFileData()
 
 int CZModem::ReadByteWithTimeOut(unsigned long tenths)
 {
-    unsigned char byte = 0;
-    if (!ZReadByte(byte, tenths * 100))
+    if (m_uInputNext < m_uInputEnd)
+        return m_abyInput[m_uInputNext++];
+    const unsigned long n = ZReadBlock(m_abyInput.data(), INPUT_SIZE, tenths * 100);
+    if (n == 0)
         return RESULT_TIMEOUT;
-    return byte;
+    m_uInputNext = 1;
+    m_uInputEnd = n < INPUT_SIZE ? n : INPUT_SIZE;
+    return m_abyInput[0];
 }
 
 int CZModem::Read7BitByte(unsigned long tenths)
@@ -464,6 +507,7 @@ int CZModem::Read7BitByte(unsigned long tenths)
 
 int CZModem::ReceiveHeader()
 {
+    m_bHeaderGarbage = false;
     unsigned long hunted = 0; // bytes read while looking for a header
     int pending = -1;         // a byte read ahead that may itself start a header
 
@@ -542,6 +586,7 @@ int CZModem::ReceiveHeader()
             break;
         }
     }
+    m_bHeaderGarbage = true;
     return RESULT_ERROR;
 }
 
@@ -734,17 +779,33 @@ struct Crc32Policy
 template <class Crc>
 int CZModem::ReceiveDataWithCrc(std::uint8_t* buffer, unsigned long size, unsigned long& count)
 {
-    const unsigned long timeoutMs = m_ulReceiveTimeout * 100;
     const bool escapeControls = (m_eFlags & ZMODEM_ESCAPE_CONTROLS) != 0;
+    auto special = [escapeControls](std::uint8_t b)
+    { return (b & 0x60) == 0 && (escapeControls || b == ZDLE || IsIgnoredFlowControl(b)); };
     typename Crc::Value crc = Crc::kInitial;
     unsigned long n = 0;
     for (;;)
     {
-        unsigned char byte = 0;
-        if (!ZReadByte(byte, timeoutMs))
-            return RESULT_TIMEOUT;
-        int c = byte;
-        if ((byte & 0x60) == 0 && (escapeControls || byte == ZDLE || IsIgnoredFlowControl(byte)))
+        // Plain bytes already read go straight from the input buffer.
+        const std::uint8_t* in = m_abyInput.data();
+        unsigned long next = m_uInputNext;
+        while (next < m_uInputEnd && !special(in[next]))
+        {
+            if (n >= size)
+            {
+                m_uInputNext = next;
+                return RESULT_ERROR;
+            }
+            buffer[n++] = in[next];
+            crc = Crc::Update(in[next++], crc);
+        }
+        m_uInputNext = next;
+
+        int c = ReadByteWithTimeOut(m_ulReceiveTimeout);
+        if (c < 0)
+            return c;
+        const auto byte = static_cast<std::uint8_t>(c);
+        if (special(byte))
         {
             c = DecodeControlByte(byte);
             if (c == RESULT_GOTCAN)

@@ -1,10 +1,11 @@
 #include <chrono>
 #include <cstring>
 #include <filesystem>
-#include <random>
 #include <shared/comms/CZModemFileStore.h>
 #include <shared/framework/CException.h>
 #include <shared/framework/CFile.h>
+#include <shared/platform/AtomicFileReplacement.h>
+#include <shared/platform/FileSystem.h>
 #include <system_error>
 
 namespace fs = std::filesystem;
@@ -13,18 +14,6 @@ namespace
 {
 
 constexpr std::size_t WRITE_BLOCK = 1 << 16;
-
-// The file's own name plays no part, so that names up to the file system's limit still leave
-// room for the temporary one.
-std::string TemporaryName()
-{
-    static thread_local std::mt19937_64 rng{std::random_device{}()};
-    static constexpr char digits[] = "0123456789abcdefghijklmnopqrstuvwxyz";
-    std::string name = ".zm-";
-    for (int n = 0; n < 8; ++n)
-        name += digits[rng() % 36];
-    return name;
-}
 
 std::string ExceptionText(CException* e)
 {
@@ -168,10 +157,12 @@ bool CZModemFileStore::Create(const char* name, bool binary, bool append)
         m_reason = "cannot create folder: " + ec.message();
         return false;
     }
-    fs::path temporary;
-    do
-        temporary = target.parent_path() / TemporaryName();
-    while (fs::exists(fs::symlink_status(temporary, ec)));
+    // The replacement's temporary name stays short whatever the target's name, so a name at the
+    // file system's limit still fits.
+    auto replacement = std::make_unique<CAtomicFileReplacement>(
+        m_target, m_overwrite ? CAtomicFileReplacement::EMode::replace
+                              : CAtomicFileReplacement::EMode::keepExisting);
+    const fs::path temporary = replacement->GetTemporaryPath();
     if (append && exists)
     {
         // Appending keeps the old content: it is copied into the new file first.
@@ -179,7 +170,6 @@ bool CZModemFileStore::Create(const char* name, bool binary, bool append)
         if (ec)
         {
             m_reason = "cannot copy the file to append to: " + ec.message();
-            fs::remove(temporary, ec);
             return false;
         }
     }
@@ -191,10 +181,9 @@ bool CZModemFileStore::Create(const char* name, bool binary, bool append)
                     &error))
     {
         m_reason = "cannot create file: " + ExceptionText(&error);
-        fs::remove(temporary, ec);
         return false;
     }
-    m_temporary = temporary.string();
+    m_replacement = std::move(replacement);
     m_file = std::move(file);
     try
     {
@@ -290,6 +279,19 @@ bool CZModemFileStore::Publish(unsigned long modificationTime, int mode)
     bool ok = Flush();
     if (ok)
     {
+        const auto& calls = shared::platform::GetFileSystemCalls();
+        const auto handle = static_cast<shared::platform::FileHandle>(m_file->m_hFile);
+        std::error_code ec;
+        if (mode != 0)
+        {
+            // The new file was created through the process's file-creation mask; what it took
+            // away from read and write bits is taken from the sender's bits too.
+            const auto created = static_cast<unsigned>(
+                fs::status(m_replacement->GetTemporaryPath(), ec).permissions());
+            calls.setPermissions(handle, static_cast<unsigned>(mode) & 0777 & ~(0666 & ~created));
+        }
+        if (modificationTime != 0)
+            calls.setModificationTime(handle, static_cast<std::int64_t>(modificationTime));
         try
         {
             m_file->Flush();
@@ -301,44 +303,17 @@ bool CZModemFileStore::Publish(unsigned long modificationTime, int mode)
             ok = false;
         }
     }
-    if (!ok)
-    {
-        Abandon();
-        return false;
-    }
     m_file.reset();
-
-    std::error_code ec;
-    const fs::path temporary = m_temporary;
-    if (mode != 0)
+    if (ok && !m_replacement->Commit())
     {
-        // The new file was created through the process's file-creation mask; what it took
-        // away from read and write bits is taken from the sender's bits too.
-        const auto created = fs::status(temporary, ec).permissions();
-        const auto masked = fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read |
-                            fs::perms::group_write | fs::perms::others_read |
-                            fs::perms::others_write;
-        const auto removed = masked & ~created;
-        fs::permissions(temporary, static_cast<fs::perms>(mode & 0777) & ~removed, ec);
+        ok = false;
+        m_reason =
+            m_replacement->GetError() == shared::platform::fileerror::kExists
+                ? "exists"
+                : std::system_category().message(static_cast<int>(m_replacement->GetError()));
     }
-    if (modificationTime != 0)
-    {
-        const auto when = std::chrono::file_clock::from_sys(
-            std::chrono::sys_seconds(std::chrono::seconds(modificationTime)));
-        fs::last_write_time(temporary, when, ec);
-    }
-    if (m_overwrite)
-        fs::rename(temporary, m_target, ec);
-    else
-    {
-        // A link is refused when a file of that name appeared meanwhile; a rename is not.
-        fs::create_hard_link(temporary, m_target, ec);
-    }
-    if (ec)
-        m_reason = ec.message();
-    const bool published = !ec;
     Abandon();
-    return published;
+    return ok;
 }
 
 void CZModemFileStore::Abandon()
@@ -349,10 +324,6 @@ void CZModemFileStore::Abandon()
         m_file.reset();
     }
     m_used = 0;
-    if (!m_temporary.empty())
-    {
-        std::error_code ec;
-        fs::remove(m_temporary, ec);
-        m_temporary.clear();
-    }
+    // Without a commit the replacement removes its temporary file.
+    m_replacement.reset();
 }

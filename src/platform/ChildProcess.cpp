@@ -169,6 +169,12 @@ void CChildProcess::DiscardOutput()
     }
 }
 
+void CChildProcess::Terminate(bool forced)
+{
+    if (m_pid > 0)
+        ::kill(-m_pid, forced ? SIGKILL : SIGTERM);
+}
+
 void CChildProcess::CloseLine()
 {
     CloseDescriptor(m_toChild);

@@ -1,15 +1,20 @@
 #pragma once
 
 // Test doubles for the ZModem receiver: a sender-side frame encoder, a parser for what the
-// receiver sends, and a receiver whose line is a scripted byte queue and whose file store is
-// memory.
+// receiver sends, and receivers whose file store is memory and whose line is either a scripted
+// byte queue or a real sender (lrzsz's sz) run as a command, optionally through a noisy line.
 
 #include <cstdint>
 #include <deque>
+#include <filesystem>
+#include <fstream>
 #include <functional>
 #include <map>
+#include <random>
 #include <shared/comms/CZModem.h>
+#include <shared/platform/ChildProcess.h>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 namespace zmodem_test
@@ -297,29 +302,13 @@ public:
     }
 };
 
-// A receiver fed from a byte script; an empty script reads as a timeout at once, so timeout
-// paths run without waiting.
-class ScriptedZModem : public CZModem
+// A receiver whose file store is memory and which records what it sends.
+class MemoryZModem : public CZModem
 {
 public:
-    explicit ScriptedZModem(E_ZMODEM_FLAGS flags = ZMODEM_NO_FLAGS) : CZModem(flags) {}
-
-    static constexpr int TIMEOUT = -1; // a script entry that reads as one timeout
-    std::deque<int> input;
-    Bytes sent;
+    explicit MemoryZModem(E_ZMODEM_FLAGS flags) : CZModem(flags) {}
     MemoryStore store;
-    unsigned long timeouts = 0;
-    unsigned long purges = 0;
-    std::vector<unsigned long> timeoutRequests; // the timeouts asked for, in ms
-
-    void Feed(const Bytes& bytes) { input.insert(input.end(), bytes.begin(), bytes.end()); }
-    void FeedTimeouts(int n) { input.insert(input.end(), static_cast<std::size_t>(n), TIMEOUT); }
-
-    using CZModem::GetAttentionString;
-    using CZModem::GetFileLength;
-    using CZModem::GetFileMode;
-    using CZModem::GetFlags;
-    using CZModem::GetModificationTime;
+    Bytes sent;
 
 protected:
     bool ZCreateFile(char const* name, bool binary, bool append) override
@@ -338,6 +327,31 @@ protected:
     {
         sent.insert(sent.end(), data, data + count);
     }
+};
+
+// A receiver fed from a byte script; an empty script reads as a timeout at once, so timeout
+// paths run without waiting.
+class ScriptedZModem : public MemoryZModem
+{
+public:
+    explicit ScriptedZModem(E_ZMODEM_FLAGS flags = ZMODEM_NO_FLAGS) : MemoryZModem(flags) {}
+
+    static constexpr int TIMEOUT = -1; // a script entry that reads as one timeout
+    std::deque<int> input;
+    unsigned long timeouts = 0;
+    unsigned long purges = 0;
+    std::vector<unsigned long> timeoutRequests; // the timeouts asked for, in ms
+
+    void Feed(const Bytes& bytes) { input.insert(input.end(), bytes.begin(), bytes.end()); }
+    void FeedTimeouts(int n) { input.insert(input.end(), static_cast<std::size_t>(n), TIMEOUT); }
+
+    using CZModem::GetAttentionString;
+    using CZModem::GetFileLength;
+    using CZModem::GetFileMode;
+    using CZModem::GetFlags;
+    using CZModem::GetModificationTime;
+
+protected:
     bool ZReadByte(unsigned char& byte, unsigned long timeoutMs) override
     {
         const int next = input.empty() ? TIMEOUT : input.front();
@@ -355,6 +369,166 @@ protected:
     // The script stands for a sender that stops at once when asked to resend, so nothing that
     // is queued is stale.
     void ZPurgeInput() override { ++purges; }
+};
+
+// ---------------------------------------------------------------------------------------------
+// Real senders
+
+inline bool HaveProgram(const std::string& name)
+{
+    return ::access(("/usr/bin/" + name).c_str(), X_OK) == 0;
+}
+
+// A temporary directory, removed with everything in it.
+class TempDir
+{
+public:
+    TempDir()
+    {
+        std::string pattern =
+            (std::filesystem::temp_directory_path() / "zmodem-test-XXXXXX").string();
+        if (::mkdtemp(pattern.data()) != nullptr)
+            m_path = pattern;
+    }
+    ~TempDir()
+    {
+        std::error_code ignored;
+        if (!m_path.empty())
+            std::filesystem::remove_all(m_path, ignored);
+    }
+    TempDir(const TempDir&) = delete;
+    TempDir& operator=(const TempDir&) = delete;
+    const std::filesystem::path& Path() const { return m_path; }
+
+private:
+    std::filesystem::path m_path;
+};
+
+inline Bytes RandomBytes(std::size_t size, std::uint32_t seed)
+{
+    std::mt19937 rng(seed);
+    Bytes data(size);
+    for (auto& b : data)
+        b = static_cast<std::uint8_t>(rng());
+    return data;
+}
+
+inline void WriteFile(const std::filesystem::path& path, const Bytes& data)
+{
+    std::filesystem::create_directories(path.parent_path());
+    std::ofstream out(path, std::ios::binary);
+    out.write(reinterpret_cast<const char*>(data.data()),
+              static_cast<std::streamsize>(data.size()));
+}
+
+// sz with `arguments` (plain names, no quoting needed) run in `directory`.
+inline std::string SzCommand(const std::filesystem::path& directory,
+                             const std::vector<std::string>& arguments)
+{
+    std::string command = "cd '" + directory.string() + "' && exec sz";
+    for (const auto& a : arguments)
+        command += " '" + a + "'";
+    return command;
+}
+
+// Damage applied to the bytes travelling from the sender to the receiver, at rates in parts
+// per million per byte, from a fixed seed.
+struct LineNoise
+{
+    std::uint32_t seed = 1;
+    std::uint32_t corruptPpm = 0;
+    std::uint32_t dropPpm = 0;
+    std::uint32_t duplicatePpm = 0;
+};
+
+// A receiver whose line is a command and whose store is memory. It can end the sender (and all
+// it started) once it has read a given number of bytes.
+class ProcessZModem : public MemoryZModem
+{
+public:
+    explicit ProcessZModem(const std::string& command, E_ZMODEM_FLAGS flags = ZMODEM_NO_FLAGS,
+                           LineNoise noise = {})
+        : MemoryZModem(flags), m_noise(noise), m_rng(noise.seed)
+    {
+        started = m_child.Start(command);
+        // Shorter than the protocol's 3 s so that recovery from a lost header stays quick.
+        SetReceiveTimeout(5);
+    }
+
+    // Ends the line; the sender's exit code, -1 when it had to be ended.
+    int Finish() { return m_child.Stop(5000); }
+
+    bool started = false;
+    std::size_t damaged = 0;
+    std::size_t endSenderAfter = 0; // bytes; 0 never
+    bool endForced = false;
+
+protected:
+    void ZSendBytes(unsigned char const* data, unsigned long count) override
+    {
+        MemoryZModem::ZSendBytes(data, count);
+        m_child.Write(data, count);
+    }
+    bool ZReadByte(unsigned char& byte, unsigned long timeoutMs) override
+    {
+        if (m_duplicate >= 0)
+        {
+            byte = static_cast<unsigned char>(m_duplicate);
+            m_duplicate = -1;
+            return true;
+        }
+        for (;;)
+        {
+            if (m_next == m_filled)
+            {
+                const long n = m_child.Read(m_buffer, sizeof m_buffer, timeoutMs);
+                if (n <= 0)
+                    return false;
+                m_next = 0;
+                m_filled = static_cast<std::size_t>(n);
+                m_read += m_filled;
+                if (endSenderAfter != 0 && m_read >= endSenderAfter)
+                {
+                    m_child.Terminate(endForced);
+                    endSenderAfter = 0;
+                }
+            }
+            byte = m_buffer[m_next++];
+            if (Hit(m_noise.dropPpm))
+            {
+                ++damaged;
+                continue;
+            }
+            if (Hit(m_noise.corruptPpm))
+            {
+                ++damaged;
+                byte = static_cast<unsigned char>(byte ^ (1u << (m_rng() % 8)));
+            }
+            if (Hit(m_noise.duplicatePpm))
+            {
+                ++damaged;
+                m_duplicate = byte;
+            }
+            return true;
+        }
+    }
+    void ZPurgeInput() override
+    {
+        m_next = m_filled;
+        m_child.DiscardOutput();
+    }
+
+private:
+    bool Hit(std::uint32_t ppm) { return ppm != 0 && m_rng() % 1000000u < ppm; }
+
+    shared::platform::CChildProcess m_child;
+    LineNoise m_noise;
+    std::mt19937 m_rng;
+    int m_duplicate = -1;
+    unsigned char m_buffer[4096];
+    std::size_t m_next = 0;
+    std::size_t m_filled = 0;
+    std::size_t m_read = 0;
 };
 
 } // namespace zmodem_test

@@ -23,7 +23,7 @@ cmp -s big.bin "$work/out/big.bin" || fail "big.bin differs"
 cmp -s sub/n.txt "$work/out/sub/n.txt" || fail "sub/n.txt differs"
 [ "$(stat -c %Y "$work/out/big.bin")" = "$(stat -c %Y big.bin)" ] || fail "time not kept"
 grep -q '2 file(s) received, 1234574 bytes' <<<"$out" || fail "summary: $out"
-ls -A "$work/out" | grep -q "^\.zm-" && fail "temporary file left behind"
+ls -A "$work/out" | grep -q "savetmp" && fail "temporary file left behind"
 
 # An existing file is kept and the sender told to skip it.
 echo keep > "$work/out/text.txt"

@@ -47,13 +47,33 @@ class Line
 {
 public:
     virtual ~Line() = default;
-    virtual bool Read(unsigned char& byte, unsigned long timeoutMs) = 0;
+    // Up to size bytes, waiting up to timeoutMs for the first; 0 on timeout or a dead line.
+    virtual unsigned long Read(unsigned char* buffer, unsigned long size,
+                               unsigned long timeoutMs) = 0;
     virtual void Write(unsigned char const* data, unsigned long count) = 0;
     virtual void Purge() = 0;
-};
 
-// Waits for input in short slices so that Ctrl-C and a dead line are noticed at once.
-constexpr long WAIT_SLICE_MS = 200;
+protected:
+    // Waits in short slices so that Ctrl-C and a dead line are noticed at once; `attempt`
+    // takes one slice's wait and answers the bytes read, or -1 when nothing more can come.
+    template <class Attempt>
+    static unsigned long ReadInSlices(unsigned long timeoutMs, Attempt attempt)
+    {
+        const auto limit = Clock::now() + std::chrono::milliseconds(timeoutMs);
+        for (;;)
+        {
+            if (g_interrupted)
+                return 0;
+            const long left =
+                std::chrono::duration_cast<std::chrono::milliseconds>(limit - Clock::now()).count();
+            const long n =
+                attempt(static_cast<unsigned long>(std::clamp<long>(left, 0, WAIT_SLICE_MS)));
+            if (n != 0 || left <= WAIT_SLICE_MS)
+                return n > 0 ? static_cast<unsigned long>(n) : 0;
+        }
+    }
+    static constexpr long WAIT_SLICE_MS = 200;
+};
 
 // A command run through /bin/sh whose standard input and output are the line. The command and
 // whatever it starts are ended together when the session ends, however it ends.
@@ -66,38 +86,18 @@ public:
             throw warden::Failure(m_child.GetError());
     }
 
-    bool Read(unsigned char& byte, unsigned long timeoutMs) override
+    unsigned long Read(unsigned char* buffer, unsigned long size, unsigned long timeoutMs) override
     {
-        if (m_next < m_filled)
-        {
-            byte = m_buffer[m_next++];
-            return true;
-        }
-        const auto limit = Clock::now() + std::chrono::milliseconds(timeoutMs);
-        for (;;)
-        {
-            if (g_interrupted || m_closed)
-                return false;
-            const auto left =
-                std::chrono::duration_cast<std::chrono::milliseconds>(limit - Clock::now());
-            const long n = m_child.Read(
-                m_buffer, sizeof m_buffer,
-                static_cast<unsigned long>(std::clamp<long>(left.count(), 0, WAIT_SLICE_MS)));
-            if (n > 0)
-            {
-                m_filled = static_cast<std::size_t>(n);
-                m_next = 1;
-                byte = m_buffer[0];
-                return true;
-            }
-            if (n < 0)
-            {
-                m_closed = true; // the command closed its output: nothing more will come
-                return false;
-            }
-            if (left.count() <= WAIT_SLICE_MS)
-                return false;
-        }
+        return ReadInSlices(timeoutMs,
+                            [&](unsigned long wait) -> long
+                            {
+                                // The command closed its output: nothing more will come.
+                                if (m_closed)
+                                    return -1;
+                                const long n = m_child.Read(buffer, size, wait);
+                                m_closed = n < 0;
+                                return n;
+                            });
     }
 
     void Write(unsigned char const* data, unsigned long count) override
@@ -106,11 +106,7 @@ public:
         m_child.Write(data, count);
     }
 
-    void Purge() override
-    {
-        m_next = m_filled = 0;
-        m_child.DiscardOutput();
-    }
+    void Purge() override { m_child.DiscardOutput(); }
 
     // Ends the line; a command that finished the session normally gets a moment to exit on
     // its own. Answers its exit code, -1 when it had to be ended.
@@ -119,9 +115,6 @@ public:
 private:
     shared::platform::CChildProcess m_child;
     bool m_closed = false;
-    unsigned char m_buffer[65536];
-    std::size_t m_next = 0;
-    std::size_t m_filled = 0;
 };
 
 class PortLine : public Line, private CSerialPortDevice::ErrorSlot
@@ -135,35 +128,17 @@ public:
 
     bool IsHungUp() const { return m_hungUp; }
 
-    bool Read(unsigned char& byte, unsigned long timeoutMs) override
+    unsigned long Read(unsigned char* buffer, unsigned long size, unsigned long timeoutMs) override
     {
-        if (m_next < m_filled)
-        {
-            byte = m_buffer[m_next++];
-            return true;
-        }
-        const auto limit = Clock::now() + std::chrono::milliseconds(timeoutMs);
-        for (;;)
-        {
-            // Bytes that arrived before a hang-up are still delivered.
-            const bool hungUp = m_hungUp;
-            if (g_interrupted)
-                return false;
-            const auto left =
-                std::chrono::duration_cast<std::chrono::milliseconds>(limit - Clock::now());
-            const unsigned long wait =
-                hungUp ? 0 : static_cast<unsigned long>(std::clamp<long>(left.count(), 0, 200));
-            // Whatever the FIFO holds, taken in one go.
-            m_filled = m_device.Read(m_buffer, sizeof m_buffer, wait, 0);
-            if (m_filled > 0)
-            {
-                m_next = 1;
-                byte = m_buffer[0];
-                return true;
-            }
-            if (hungUp || left.count() <= WAIT_SLICE_MS)
-                return false;
-        }
+        return ReadInSlices(timeoutMs,
+                            [&](unsigned long wait) -> long
+                            {
+                                // Bytes that arrived before a hang-up are still delivered.
+                                const bool hungUp = m_hungUp;
+                                const unsigned long n =
+                                    m_device.Read(buffer, size, hungUp ? 0 : wait, 0);
+                                return n > 0 ? static_cast<long>(n) : hungUp ? -1 : 0;
+                            });
     }
     void Write(unsigned char const* data, unsigned long count) override
     {
@@ -171,11 +146,7 @@ public:
         if (!m_hungUp)
             m_device.Write(data, count, 5000);
     }
-    void Purge() override
-    {
-        m_next = m_filled = 0;
-        m_device.PurgeInput();
-    }
+    void Purge() override { m_device.PurgeInput(); }
 
 private:
     // The device's receive thread reports a line that failed or was hung up once, as an error
@@ -189,9 +160,6 @@ private:
 
     CSerialPortDevice& m_device;
     std::atomic<bool> m_hungUp{false};
-    unsigned char m_buffer[4096];
-    unsigned long m_next = 0;
-    unsigned long m_filled = 0;
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -282,7 +250,12 @@ protected:
     }
     bool ZReadByte(unsigned char& byte, unsigned long timeoutMs) override
     {
-        return m_line.Read(byte, timeoutMs);
+        return m_line.Read(&byte, 1, timeoutMs) == 1;
+    }
+    unsigned long ZReadBlock(unsigned char* buffer, unsigned long size,
+                             unsigned long timeoutMs) override
+    {
+        return m_line.Read(buffer, size, timeoutMs);
     }
     void ZPurgeInput() override { m_line.Purge(); }
 

@@ -62,6 +62,7 @@ public:
 
     static constexpr unsigned long BUFFER_SIZE = 1024;  // largest data subpacket accepted
     static constexpr unsigned long ATTENTION_SIZE = 64; // attention string, NUL included
+    static constexpr unsigned long INPUT_SIZE = 4096;   // bytes read ahead through ZReadBlock
 
     explicit CZModem(E_ZMODEM_FLAGS flags);
     CZModem(const CZModem&) = default;
@@ -109,6 +110,12 @@ protected:
     // a damaged header or subpacket, just before it asks the sender to resend; the owner of a
     // line may also call it before a session to drop chatter (modem responses, leftovers).
     virtual void ZPurgeInput() = 0;
+    // Up to `size` received bytes, waiting up to timeoutMs for the first; 0 on timeout. The
+    // default reads one byte through ZReadByte. A line that can hand over everything that has
+    // arrived in one go overrides it and saves a call per byte; the engine then holds what it
+    // read ahead, so bytes that follow the end of a session may be consumed by it.
+    virtual unsigned long ZReadBlock(unsigned char* buffer, unsigned long size,
+                                     unsigned long timeoutMs);
 
     // Information about the session, for derived classes.
     bool IsClosingAtEndOfFile() const { return m_bClosingAtEnd; }
@@ -174,6 +181,10 @@ private:
     unsigned long m_ulReceiveTimeout = 30;
     unsigned long m_ulFileHeaderLength = 0; // bytes of the last file-header subpacket
     bool m_bClosingAtEnd = false;
+    std::array<std::uint8_t, INPUT_SIZE> m_abyInput{};
+    unsigned long m_uInputNext = 0; // next unread byte of m_abyInput
+    unsigned long m_uInputEnd = 0;
+    bool m_bHeaderGarbage = false; // the last header hunt ran out of bytes, found no header
 };
 
 constexpr CZModem::E_ZMODEM_FLAGS operator|(CZModem::E_ZMODEM_FLAGS a, CZModem::E_ZMODEM_FLAGS b)

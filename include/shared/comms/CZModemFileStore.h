@@ -13,6 +13,7 @@
 #include <string_view>
 
 class CFile;
+class CAtomicFileReplacement;
 
 class SHARED_API CZModemFileStore
 {
@@ -53,7 +54,7 @@ private:
     std::string m_directory;
     bool m_overwrite;
     std::string m_target;
-    std::string m_temporary;
+    std::unique_ptr<CAtomicFileReplacement> m_replacement;
     std::unique_ptr<CFile> m_file;
     std::string m_reason;
     bool m_binary = true;

@@ -33,6 +33,10 @@ public:
     // Drops output that has arrived but not been read.
     void DiscardOutput();
 
+    // Asks the whole group to end now (forced: kills it), leaving the line open so that what
+    // it still sends can be read; Stop still reaps it.
+    void Terminate(bool forced);
+
     // Closes the line, gives the command graceMs to finish on its own, then ends its group:
     // a terminate request, and a forced kill of whatever is left after killAfterMs. Members of
     // the group still running after the command itself finished are ended too. Answers the
