@@ -158,19 +158,9 @@ TEST_F(ClockTest, NotificationAndSyncOnAnotherThreadStayConsistent)
     std::atomic<int> bad{0};
     const double pc = PcUtc().m_dt;
     CClock::NotifyCurrentUTCDateTime(Plus(COleDateTime(pc), 1));
-    std::vector<std::thread> threads;
-    for (int w = 0; w < 2; ++w)
-        threads.emplace_back(
-            [&, w]
-            {
-                for (int i = 0; i < 2000; ++i)
-                {
-                    const COleDateTime base(pc);
-                    CClock::NotifyCurrentUTCDateTime(Plus(base, 1 + (i + w) % 50));
-                }
-            });
+    std::vector<std::thread> readers;
     for (int r = 0; r < 3; ++r)
-        threads.emplace_back(
+        readers.emplace_back(
             [&]
             {
                 while (!stop)
@@ -180,15 +170,20 @@ TEST_F(ClockTest, NotificationAndSyncOnAnotherThreadStayConsistent)
                     CClock::SyncEpochDateTime();
                     CClock::GetEpochDateTime();
                     for (double s : {seconds, local})
-                        if (s < 0.999 || s > 50.001 || std::fabs(s - std::round(s)) > 1e-3)
-                            ++bad;
+                        bad += s < 0.999 || s > 50.001 || std::fabs(s - std::round(s)) > 1e-3;
                 }
             });
-    threads[0].join();
-    threads[1].join();
+    const auto write = [pc](int w)
+    {
+        for (int i = 0; i < 2000; ++i)
+            CClock::NotifyCurrentUTCDateTime(Plus(COleDateTime(pc), 1 + (i + w) % 50));
+    };
+    std::thread first(write, 0), second(write, 1);
+    first.join();
+    second.join();
     stop = true;
-    for (std::size_t i = 2; i < threads.size(); ++i)
-        threads[i].join();
+    for (auto& reader : readers)
+        reader.join();
     EXPECT_EQ(bad.load(), 0);
 }
 
