@@ -32,12 +32,17 @@ const COleDateTime kNoon = At(2006, 6, 12, 12);
 
 } // namespace
 
-TEST(ChunkTest, SimilarChunksKeepTheClass)
+TEST(ChunkTest, CopiesAndSimilarChunks)
 {
     CChunk plain(kTen, kNoon);
     CCuteChunk cute(kTen, kNoon);
     CWatchChunk watch(kTen, kNoon);
     plain.SetFlag(true);
+    // Copying is written by hand: the flag must travel with the span.
+    CChunk copy(plain), assigned;
+    assigned = plain;
+    EXPECT_TRUE(copy.IsFlagged() && assigned.IsFlagged());
+    EXPECT_EQ(Bounds(assigned), Bounds(kTen, kNoon));
 
     // Similar chunks keep the concrete class.
     for (const CAnyChunk* source :
@@ -192,6 +197,9 @@ TEST(ChunkTest, CuteChunkTilesWithSubChunks)
     EXPECT_EQ(tiled.GetFirstSubChunk(), &hours[0]);
     EXPECT_EQ(tiled.GetLastSubChunk(), &hours[2]);
 
+    CCuteChunk assigned;
+    assigned = tiled; // shares the sub-chunk objects
+    EXPECT_EQ(assigned.GetLastSubChunk(), &hours[2]);
     tiled.GetSubChunks().clear(); // stack objects: never DestroySubChunks here
 }
 
