@@ -276,6 +276,8 @@ TEST_F(ClockTest, ZoneNamesComeFromTheZoneRules)
     const shared::platform::ScopedTimeZoneRules west(
         *shared::platform::TimeZoneRules::FromPosixString("<-0330>3:30"));
     EXPECT_EQ(CClock::GetTimeZoneString(1), "-0330");
+    const shared::platform::ScopedTimeZoneRules utc(shared::platform::TimeZoneRules{});
+    EXPECT_EQ(CClock::GetTimeZoneString(1), "+0000");
 }
 
 TEST(ClockArithmeticTest, SecondCounts)
