@@ -12,9 +12,7 @@ std::vector<std::string> Contents(const CStringList& list)
 {
     std::vector<std::string> out;
     for (POSITION pos = list.GetHeadPosition(); pos != nullptr;)
-    {
         out.emplace_back(list.GetNext(pos).GetString());
-    }
     return out;
 }
 
@@ -22,9 +20,7 @@ std::vector<std::string> Backwards(const CStringList& list)
 {
     std::vector<std::string> out;
     for (POSITION pos = list.GetTailPosition(); pos != nullptr;)
-    {
         out.emplace_back(list.GetPrev(pos).GetString());
-    }
     return out;
 }
 
@@ -32,9 +28,7 @@ std::vector<std::string> Contents(const CStringArray& array)
 {
     std::vector<std::string> out;
     for (INT_PTR i = 0; i < array.GetSize(); ++i)
-    {
         out.emplace_back(array[i].GetString());
-    }
     return out;
 }
 
@@ -152,9 +146,7 @@ TEST(CStringListTest, RemovalAndSearch)
 {
     CStringList list;
     for (const char* s : {"x", "y", "x", "z"})
-    {
         list.AddTail(s);
-    }
     const POSITION first = list.Find("x");
     ASSERT_NE(first, nullptr);
     const POSITION second = list.Find("x", first);
@@ -229,17 +221,13 @@ TEST(CListTest, WorksWithValueTypesAndNonConstArgumentReferences)
 
     CList<int> numbers;
     for (int i = 0; i < 5; ++i)
-    {
         numbers.AddTail(i);
-    }
     POSITION pos = numbers.GetHeadPosition();
     while (pos != nullptr)
     {
         const POSITION current = pos;
         if (numbers.GetNext(pos) % 2 == 1)
-        {
             numbers.RemoveAt(current); // removing behind the walk is safe
-        }
     }
     EXPECT_EQ(numbers.GetCount(), 3);
     EXPECT_EQ(numbers.GetTail(), 4);

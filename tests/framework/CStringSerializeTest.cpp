@@ -24,9 +24,7 @@ public:
     {
         char pattern[] = "/tmp/fw-serialize-XXXXXX";
         if (::mkdtemp(pattern) != nullptr)
-        {
             m_dir = pattern;
-        }
     }
     ~ScratchFile() { std::filesystem::remove_all(m_dir); }
     ScratchFile(const ScratchFile&) = delete;
@@ -70,40 +68,33 @@ const Bytes kThreeStrings = {0x03, 0x00, 0x01, 'a', 0x00, 0x03, 'x', 'y', 'z'};
 
 } // namespace
 
-TEST(CStringSerializeTest, ArrayUsesTheFrameworkLayoutBothWays)
+TEST(CStringSerializeTest, ArrayAndListUseTheFrameworkLayoutBothWays)
 {
     ScratchFile scratch;
     CStringArray array;
-    array.Add("a");
-    array.Add("");
-    array.Add("xyz");
-    EXPECT_EQ(scratch.Store([&](CArchive& ar) { array.Serialize(ar); }), kThreeStrings);
-
-    CStringArray loaded;
-    loaded.Add("replaced");
-    scratch.Load(kThreeStrings, [&](CArchive& ar) { loaded.Serialize(ar); });
-    ASSERT_EQ(loaded.GetSize(), 3);
-    EXPECT_EQ(loaded[0], "a");
-    EXPECT_EQ(loaded[1], "");
-    EXPECT_EQ(loaded[2], "xyz");
-    EXPECT_TRUE(loaded.IsSerializable());
-}
-
-TEST(CStringSerializeTest, ListAppendsWhatItLoads)
-{
-    ScratchFile scratch;
     CStringList list;
-    list.AddTail("a");
-    list.AddTail("");
-    list.AddTail("xyz");
+    for (const char* text : {"a", "", "xyz"})
+    {
+        array.Add(text);
+        list.AddTail(text);
+    }
+    EXPECT_EQ(scratch.Store([&](CArchive& ar) { array.Serialize(ar); }), kThreeStrings);
     EXPECT_EQ(scratch.Store([&](CArchive& ar) { list.Serialize(ar); }), kThreeStrings);
 
-    CStringList loaded;
-    loaded.AddTail("kept");
-    scratch.Load(kThreeStrings, [&](CArchive& ar) { loaded.Serialize(ar); });
-    ASSERT_EQ(loaded.GetCount(), 4);
-    EXPECT_EQ(loaded.GetHead(), "kept");
-    EXPECT_EQ(loaded.GetTail(), "xyz");
+    // An array is replaced by what it loads; a list appends it.
+    CStringArray loadedArray;
+    loadedArray.Add("replaced");
+    scratch.Load(kThreeStrings, [&](CArchive& ar) { loadedArray.Serialize(ar); });
+    ASSERT_EQ(loadedArray.GetSize(), 3);
+    EXPECT_EQ(loadedArray[0], "a");
+    EXPECT_EQ(loadedArray[1], "");
+    EXPECT_EQ(loadedArray[2], "xyz");
+    CStringList loadedList;
+    loadedList.AddTail("kept");
+    scratch.Load(kThreeStrings, [&](CArchive& ar) { loadedList.Serialize(ar); });
+    ASSERT_EQ(loadedList.GetCount(), 4);
+    EXPECT_EQ(loadedList.GetHead(), "kept");
+    EXPECT_EQ(loadedList.GetTail(), "xyz");
 }
 
 TEST(CStringSerializeTest, TruncatedDataLeavesTheArrayAsItWas)

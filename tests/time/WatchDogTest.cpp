@@ -13,9 +13,6 @@ COleDateTime At(int h, int mi, int s = 0)
 TEST(WatchDogTest, SimpleWatchDogCountsToItsLimit)
 {
     CSimpleWatchDog fresh;
-    int limit = 0;
-    fresh.GetRules(limit);
-    EXPECT_EQ(limit, -1);
     EXPECT_EQ(fresh.GetVerdict(), CSimpleWatchDog::E_VerdictBelowLimit);
     EXPECT_EQ(fresh.HeyItHappend(0), CSimpleWatchDog::E_VerdictLimitReached);
 
@@ -30,9 +27,6 @@ TEST(WatchDogTest, SimpleWatchDogCountsToItsLimit)
     EXPECT_EQ(dog.HeyItHappend(-3), CSimpleWatchDog::E_VerdictBelowLimit);
     EXPECT_EQ(dog.GetVerdict(), CSimpleWatchDog::E_VerdictLimitReached);
 
-    CSimpleWatchDog copy(dog);
-    EXPECT_EQ(copy.GetVerdict(), CSimpleWatchDog::E_VerdictLimitReached);
-    EXPECT_EQ(copy.HeyItHappend(1), CSimpleWatchDog::E_VerdictBelowLimit); // count 2 was copied
     dog.Reset();
     EXPECT_EQ(dog.GetVerdict(), CSimpleWatchDog::E_VerdictBelowLimit);
     EXPECT_EQ(dog.HeyItHappend(2), CSimpleWatchDog::E_VerdictBelowLimit);
@@ -43,10 +37,6 @@ TEST(WatchDogTest, HazardWhenEnoughEventsFallInThePeriod)
 {
     CHazardWatchDog dog;
     dog.SetRules(3, 10);
-    int limit = 0, period = 0;
-    dog.GetRules(limit, period);
-    EXPECT_EQ(limit, 3);
-    EXPECT_EQ(period, 10);
     EXPECT_EQ(dog.HeyItHappend(At(10, 0)), CHazardWatchDog::E_RecommendationNoHazard);
     EXPECT_EQ(dog.HeyItHappend(At(10, 4)), CHazardWatchDog::E_RecommendationNoHazard);
     EXPECT_EQ(dog.HeyItHappend(At(10, 9)), CHazardWatchDog::E_RecommendationRaiseHazard);
@@ -93,10 +83,6 @@ TEST(WatchDogTest, HazardTestIsMadeOnlyWhenTheLimitIsReached)
 TEST(WatchDogTest, InvalidTimesAndDefaultRules)
 {
     CHazardWatchDog fresh;
-    int limit = 0, period = 0;
-    fresh.GetRules(limit, period);
-    EXPECT_EQ(limit, -1);
-    EXPECT_EQ(period, -1);
     for (int m = 0; m < 5; ++m)
     {
         EXPECT_EQ(fresh.HeyItHappend(At(10, m)), CHazardWatchDog::E_RecommendationNoHazard);

@@ -86,8 +86,6 @@ TEST(YearWeekPeriodTest, OrderingAndStepping)
     const CYearWeekPeriod last(2006, 52);
     EXPECT_EQ(last.GetStartOfPeriod().m_dt, At(2006, 12, 31).m_dt);
     EXPECT_EQ(last.GetEndOfPeriod().m_dt, At(2007, 1, 1).m_dt);
-    EXPECT_EQ(last.GetNextPeriod(), CYearWeekPeriod(2007, 0));
-    EXPECT_EQ(CYearWeekPeriod(2007, 0).GetPreviousPeriod(), last);
     EXPECT_EQ(CYearWeekPeriod(2008, 52).GetStartOfPeriod().m_dt, At(2008, 12, 30).m_dt);
     EXPECT_EQ(CYearWeekPeriod(2006, 1).GetEndOfPeriod().m_dt, At(2006, 1, 15).m_dt);
 
@@ -149,12 +147,7 @@ TEST(YearWeekPeriodTest, DialogAnalysisPeriod)
 {
     CChunk span(At(2006, 6, 12, 10), At(2006, 6, 14));
     EXPECT_TRUE(CDialogConverter::ConvertToDialogAnalysisPeriod(span));
-    const COleDateTime end = span.GetEnd();
-    EXPECT_EQ(end.GetYear(), 2006);
-    EXPECT_EQ(end.GetDay(), 13);
-    EXPECT_EQ(end.GetHour(), 23);
-    EXPECT_EQ(end.GetMinute(), 59);
-    EXPECT_EQ(end.GetSecond(), 59);
+    EXPECT_EQ(span.GetEnd().m_dt, At(2006, 6, 13, 23, 59, 59).m_dt);
     EXPECT_EQ(span.GetStart().m_dt, At(2006, 6, 12, 10).m_dt);
 
     CChunk notMidnight(At(2006, 6, 12, 10), At(2006, 6, 13, 8));
