@@ -53,33 +53,29 @@ TEST(ByteFifo, HoldsOneByteLessThanItsSizeAndWrapsInOrder)
 
 TEST(ByteFifo, UngetPushesBackAtTheFront)
 {
+    auto drain = [](CByteFifo& fifo)
+    {
+        std::vector<int> out;
+        for (unsigned char b = 0; fifo.GetByte(b, 0);)
+        {
+            out.push_back(b);
+        }
+        return out;
+    };
     CByteFifo fifo(4);
-    fifo.PutByte(1);
-    fifo.PutByte(2);
+    fifo.PutBytes("\1\2", 2);
     unsigned char b = 0;
     ASSERT_TRUE(fifo.GetByte(b, 0));
     EXPECT_TRUE(fifo.UngetByte(b));
     EXPECT_TRUE(fifo.UngetByte(0));
-    EXPECT_EQ(fifo.GetBytesReady(), 3u);
     // Pushed back one after another: they come out in the reverse order of pushing.
-    for (unsigned char expected : {0, 1, 2})
-    {
-        ASSERT_TRUE(fifo.GetByte(b, 0));
-        EXPECT_EQ(b, expected);
-    }
+    EXPECT_EQ(drain(fifo), (std::vector<int>{0, 1, 2}));
 
     // Full: the newest byte is dropped to make room, the count stays the same.
-    fifo.PutByte(10);
-    fifo.PutByte(11);
-    fifo.PutByte(12);
+    fifo.PutBytes("\12\13\14", 3);
     EXPECT_FALSE(fifo.UngetByte(9));
     EXPECT_EQ(fifo.GetBytesReady(), 3u);
-    for (unsigned char expected : {9, 10, 11})
-    {
-        ASSERT_TRUE(fifo.GetByte(b, 0));
-        EXPECT_EQ(b, expected);
-    }
-    EXPECT_FALSE(fifo.GetByte(b, 0));
+    EXPECT_EQ(drain(fifo), (std::vector<int>{9, 10, 11}));
 }
 
 TEST(ByteFifo, TimedWaitsEndOnDataOrTimeout)
