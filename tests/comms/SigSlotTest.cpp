@@ -98,6 +98,20 @@ struct Args4Slot : CBaseSlot4<int, double, unsigned long, char const*>
     std::string text;
 };
 
+// Runs body(0) .. body(n - 1) on n threads and waits for all of them.
+template <class Body> void InParallel(int n, Body body)
+{
+    std::vector<std::thread> threads;
+    for (int t = 0; t < n; ++t)
+    {
+        threads.emplace_back(body, t);
+    }
+    for (auto& t : threads)
+    {
+        t.join();
+    }
+}
+
 } // namespace
 
 TEST(SigSlot, DeliversInPriorityOrderAndStopsWhenHandled)
@@ -276,22 +290,14 @@ TEST(SigSlot, SerialisedSlotMayUseItsSignalWhileOthersEmit)
     slot.signal = &signal;
     slot.SetReentrancyMode(SSRM_SERIALIZE);
     signal.Connect(slot, 128);
-    std::vector<std::thread> emitters;
-    for (int t = 0; t < 2; ++t)
-    {
-        emitters.emplace_back(
-            [&]
-            {
-                for (int i = 0; i < 200; ++i)
-                {
-                    signal.Send();
-                }
-            });
-    }
-    for (auto& t : emitters)
-    {
-        t.join();
-    }
+    InParallel(2,
+               [&](int)
+               {
+                   for (int i = 0; i < 200; ++i)
+                   {
+                       signal.Send();
+                   }
+               });
     EXPECT_EQ(slot.calls.load(), 800);
 }
 
@@ -409,46 +415,29 @@ TEST(SigSlot, ConcurrentWiringEmissionAndDestructionStayConsistent)
     GateSlot permanent;
     shared.Connect(permanent, 128);
 
-    std::atomic<bool> stop{false};
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 2; ++t)
-    {
-        threads.emplace_back(
-            [&]
-            {
-                while (!stop)
-                {
-                    shared.Send(1, 2);
-                }
-            });
-    }
-    for (int t = 0; t < 2; ++t)
-    {
-        threads.emplace_back(
-            [&, t]
-            {
-                for (int i = 0; i < 300; ++i)
-                {
-                    GateSlot slot;
-                    auto signal = std::make_unique<CSignal2<int, int>>();
-                    signal->Connect(slot, static_cast<unsigned char>(i));
-                    shared.Connect(slot, static_cast<unsigned char>(t * 100 + i % 50));
-                    CSignal2<int, int> copy(*signal);
-                    signal->Send(3, 4);
-                    if (i % 2 == 0)
-                    {
-                        signal.reset(); // signal dies first
-                    }
-                } // slot dies while the emitters may be calling it
-            });
-    }
-    for (std::size_t i = 2; i < threads.size(); ++i)
-    {
-        threads[i].join();
-    }
-    stop = true;
-    threads[0].join();
-    threads[1].join();
+    std::atomic<int> wiring{2};
+    InParallel(4,
+               [&](int t)
+               {
+                   for (bool first = true; t < 2 && (first || wiring > 0); first = false)
+                   {
+                       shared.Send(1, 2);
+                   }
+                   for (int i = 0; t >= 2 && i < 300; ++i)
+                   {
+                       GateSlot slot;
+                       auto signal = std::make_unique<CSignal2<int, int>>();
+                       signal->Connect(slot, static_cast<unsigned char>(i));
+                       shared.Connect(slot, static_cast<unsigned char>((t - 2) * 100 + i % 50));
+                       CSignal2<int, int> copy(*signal);
+                       signal->Send(3, 4);
+                       if (i % 2 == 0)
+                       {
+                           signal.reset(); // signal dies first
+                       }
+                   } // slot dies while the emitters may be calling it
+                   wiring -= t >= 2 ? 1 : 0;
+               });
     // Only the permanent slot is left.
     int const before = permanent.m_calls;
     EXPECT_GT(before, 0);
