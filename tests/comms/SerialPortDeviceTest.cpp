@@ -8,7 +8,6 @@
 #include <poll.h>
 #include <shared/comms/CSerialPortDevice.h>
 #include <shared/comms/CSerialPortList.h>
-#include <shared/platform/SerialPortPath.h>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -170,7 +169,6 @@ protected:
 TEST_F(SerialPortDeviceTest, PortNumbersMapToDevicePaths)
 {
     EXPECT_EQ(Device::GetDevicePath(kPort), m_pty.SlavePath());
-    EXPECT_EQ(shared::platform::DefaultSerialPortDevicePath(1), "/dev/ttyS0");
     EXPECT_EQ(Device::GetDevicePath(0), "");
 
     ::setenv("SHARED_COM42", "/dev/from-environment", 1);

@@ -7,7 +7,6 @@
 #include <mutex>
 #include <shared/comms/CSignal0.h>
 #include <shared/comms/CSignal2.h>
-#include <shared/comms/CSignal4.h>
 #include <string>
 #include <thread>
 #include <vector>
@@ -88,16 +87,6 @@ struct CountSlot : CBaseSlot2<int, int>
     int calls = 0;
 };
 
-struct Args4Slot : CBaseSlot4<int, double, unsigned long, char const*>
-{
-    bool Invoke(int a, double b, unsigned long c, char const* d) override
-    {
-        text = std::to_string(a) + "/" + std::to_string(b) + "/" + std::to_string(c) + "/" + d;
-        return true;
-    }
-    std::string text;
-};
-
 // Runs body(0) .. body(n - 1) on n threads and waits for all of them.
 template <class Body> void InParallel(int n, Body body)
 {
@@ -144,12 +133,6 @@ TEST(SigSlot, DeliversInPriorityOrderAndStopsWhenHandled)
     log.clear();
     EXPECT_FALSE(signal.Send());
     EXPECT_EQ(log.size(), 4u);
-
-    CSignal4<int, double, unsigned long, char const*> typed;
-    Args4Slot args;
-    typed.Connect(args, 128);
-    EXPECT_TRUE(typed(7, 0.5, 4000000000UL, "msg"));
-    EXPECT_EQ(args.text, "7/0.500000/4000000000/msg");
 }
 
 TEST(SigSlot, RemovalDuringEmissionNeitherSkipsNorRepeats)
