@@ -86,28 +86,26 @@ TEST(ByteFifo, TimedWaitsEndOnDataOrTimeout)
     EXPECT_FALSE(fifo.GetByte(b, 60));
     EXPECT_GE(Clock::now() - start, 55ms);
 
+    // A put and an unget each wake a waiter; Infinite waits for ever.
     std::thread producer(
         [&]
         {
             std::this_thread::sleep_for(20ms);
             fifo.PutByte(0x5A);
+            while (fifo.GetBytesReady() != 0)
+            {
+                std::this_thread::yield();
+            }
+            std::this_thread::sleep_for(20ms);
+            fifo.UngetByte(0x33);
         });
     start = Clock::now();
     ASSERT_TRUE(fifo.GetByte(b, 10000));
     EXPECT_LT(Clock::now() - start, 5s) << "woken by the byte, not by the timeout";
     EXPECT_EQ(b, 0x5A);
-    producer.join();
-
-    // An unget also wakes a waiter, and Infinite waits for ever.
-    std::thread pusher(
-        [&]
-        {
-            std::this_thread::sleep_for(20ms);
-            fifo.UngetByte(0x33);
-        });
     ASSERT_TRUE(fifo.GetByte(b, CByteFifo::Infinite));
     EXPECT_EQ(b, 0x33);
-    pusher.join();
+    producer.join();
 }
 
 TEST(ByteFifo, StreamsBetweenThreadsInOrder)
