@@ -53,33 +53,29 @@ TEST(ByteFifo, HoldsOneByteLessThanItsSizeAndWrapsInOrder)
 
 TEST(ByteFifo, UngetPushesBackAtTheFront)
 {
+    auto drain = [](CByteFifo& fifo)
+    {
+        std::vector<int> out;
+        for (unsigned char b = 0; fifo.GetByte(b, 0);)
+        {
+            out.push_back(b);
+        }
+        return out;
+    };
     CByteFifo fifo(4);
-    fifo.PutByte(1);
-    fifo.PutByte(2);
+    fifo.PutBytes("\1\2", 2);
     unsigned char b = 0;
     ASSERT_TRUE(fifo.GetByte(b, 0));
     EXPECT_TRUE(fifo.UngetByte(b));
     EXPECT_TRUE(fifo.UngetByte(0));
-    EXPECT_EQ(fifo.GetBytesReady(), 3u);
     // Pushed back one after another: they come out in the reverse order of pushing.
-    for (unsigned char expected : {0, 1, 2})
-    {
-        ASSERT_TRUE(fifo.GetByte(b, 0));
-        EXPECT_EQ(b, expected);
-    }
+    EXPECT_EQ(drain(fifo), (std::vector<int>{0, 1, 2}));
 
     // Full: the newest byte is dropped to make room, the count stays the same.
-    fifo.PutByte(10);
-    fifo.PutByte(11);
-    fifo.PutByte(12);
+    fifo.PutBytes("\12\13\14", 3);
     EXPECT_FALSE(fifo.UngetByte(9));
     EXPECT_EQ(fifo.GetBytesReady(), 3u);
-    for (unsigned char expected : {9, 10, 11})
-    {
-        ASSERT_TRUE(fifo.GetByte(b, 0));
-        EXPECT_EQ(b, expected);
-    }
-    EXPECT_FALSE(fifo.GetByte(b, 0));
+    EXPECT_EQ(drain(fifo), (std::vector<int>{9, 10, 11}));
 }
 
 TEST(ByteFifo, TimedWaitsEndOnDataOrTimeout)
@@ -90,28 +86,26 @@ TEST(ByteFifo, TimedWaitsEndOnDataOrTimeout)
     EXPECT_FALSE(fifo.GetByte(b, 60));
     EXPECT_GE(Clock::now() - start, 55ms);
 
+    // A put and an unget each wake a waiter; Infinite waits for ever.
     std::thread producer(
         [&]
         {
             std::this_thread::sleep_for(20ms);
             fifo.PutByte(0x5A);
+            while (fifo.GetBytesReady() != 0)
+            {
+                std::this_thread::yield();
+            }
+            std::this_thread::sleep_for(20ms);
+            fifo.UngetByte(0x33);
         });
     start = Clock::now();
     ASSERT_TRUE(fifo.GetByte(b, 10000));
     EXPECT_LT(Clock::now() - start, 5s) << "woken by the byte, not by the timeout";
     EXPECT_EQ(b, 0x5A);
-    producer.join();
-
-    // An unget also wakes a waiter, and Infinite waits for ever.
-    std::thread pusher(
-        [&]
-        {
-            std::this_thread::sleep_for(20ms);
-            fifo.UngetByte(0x33);
-        });
     ASSERT_TRUE(fifo.GetByte(b, CByteFifo::Infinite));
     EXPECT_EQ(b, 0x33);
-    pusher.join();
+    producer.join();
 }
 
 TEST(ByteFifo, StreamsBetweenThreadsInOrder)
