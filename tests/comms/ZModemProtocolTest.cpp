@@ -434,74 +434,52 @@ TEST(ZModemSession, ScriptedSessionsStoreAndAnswerAsExpected)
     Bytes noisy;
     for (auto b : escaping.Data32(Bytes{1, 2, 3}, 'h'))
         Append(noisy, {b, 0x05, 0x93});
+    auto file = [&](const char* name, const char* info)
+    { return FileHeader(enc, Frames::Bin32, name, info); };
+    auto frame = [&](std::uint32_t at, const Bytes& data, std::size_t chunk = 1024)
+    { return DataFrame(enc, Frames::Bin32, at, data, chunk); };
     using Z = CZModem;
     struct Case
     {
         const char* what;
-        Bytes script;
         std::string name; // of the one file stored; empty for none
-        Bytes data;
+        std::string data;
         std::vector<int> replies; // header types, unchecked when empty
-        CZModem::E_ZMODEM_FLAGS flags = CZModem::ZMODEM_NO_FLAGS;
+        bool escape;
+        Bytes script;
     };
+    // clang-format off
     const Case cases[] = {
-        {"name without information is flattened",
+        {"name without information is flattened", "dir_name", "", {}, false,
          Concat({enc.Bin32(Z::ZFILE, Encoder::Flags(0)),
-                 enc.Data32(ToBytes(std::string("dir/name.", 10)), 'k'), EofFinish(enc, 0)}),
-         "dir_name",
-         {},
-         {}},
-        {"full buffer without NUL gives a bounded name",
+                 enc.Data32(ToBytes(std::string("dir/name.", 10)), 'k'), EofFinish(enc, 0)})},
+        {"full buffer without NUL gives a bounded name", std::string(1024, 'n'), "", {}, false,
          Concat({enc.Bin32(Z::ZFILE, Encoder::Flags(0)), enc.Data32(Bytes(1024, 'n'), 'k'),
-                 EofFinish(enc, 0)}),
-         std::string(1024, 'n'),
-         {},
-         {}},
-        {"damaged file header refused, the resent one taken",
-         Concat({badFile, FileHeader(enc, Frames::Bin32, "x", "1"),
-                 DataFrame(enc, Frames::Bin32, 0, ToBytes("y"), 1024), EofFinish(enc, 1)}),
-         "x",
-         ToBytes("y"),
-         {Z::ZRINIT, Z::ZNAK, Z::ZRPOS, Z::ZRINIT, Z::ZFIN}},
-        {"data at the wrong position and a stale ZEOF are not taken",
-         Concat({FileHeader(enc, Frames::Bin32, "f", "4"),
-                 DataFrame(enc, Frames::Bin32, 2, ToBytes("zz"), 1024),
-                 enc.Bin32(Z::ZEOF, Encoder::Value(2)),
-                 DataFrame(enc, Frames::Bin32, 0, ToBytes("abcd"), 1024), EofFinish(enc, 4)}),
-         "f",
-         ToBytes("abcd"),
-         {}},
-        {"oversized subpacket is an error, not an overflow",
-         Concat({FileHeader(enc, Frames::Bin32, "f", "1025"),
-                 DataFrame(enc, Frames::Bin32, 0, Bytes(1025, 'q'), 1025),
-                 DataFrame(enc, Frames::Bin32, 0, Bytes(1025, 'q'), 1024), EofFinish(enc, 1025)}),
-         "f",
-         Bytes(1025, 'q'),
-         {}},
-        {"control characters are noise once escaping is on",
+                 EofFinish(enc, 0)})},
+        {"damaged file header refused, the resent one taken", "x", "y",
+         {Z::ZRINIT, Z::ZNAK, Z::ZRPOS, Z::ZRINIT, Z::ZFIN}, false,
+         Concat({badFile, file("x", "1"), frame(0, ToBytes("y")), EofFinish(enc, 1)})},
+        {"data at the wrong position and a stale ZEOF are not taken", "f", "abcd", {}, false,
+         Concat({file("f", "4"), frame(2, ToBytes("zz")), enc.Bin32(Z::ZEOF, Encoder::Value(2)),
+                 frame(0, ToBytes("abcd")), EofFinish(enc, 4)})},
+        {"oversized subpacket is an error, not an overflow", "f", std::string(1025, 'q'), {}, false,
+         Concat({file("f", "1025"), frame(0, Bytes(1025, 'q'), 1025), frame(0, Bytes(1025, 'q')),
+                 EofFinish(enc, 1025)})},
+        {"control characters are noise once escaping is on", "f", "\x01\x02\x03", {}, true,
          Concat({FileHeader(escaping, Frames::Bin32, "f", "3"),
-                 escaping.Bin32(Z::ZDATA, Encoder::Value(0)), noisy, EofFinish(escaping, 3)}),
-         "f",
-         Bytes{1, 2, 3},
-         {},
-         CZModem::ZMODEM_ESCAPE_CONTROLS},
-        {"refused file is skipped and the next one received",
-         Concat({FileHeader(enc, Frames::Bin32, "no", "3"),
-                 FileHeader(enc, Frames::Bin32, "yes", "2"),
-                 DataFrame(enc, Frames::Bin32, 0, ToBytes("ok"), 1024), EofFinish(enc, 2)}),
-         "yes",
-         ToBytes("ok"),
-         {Z::ZRINIT, Z::ZSKIP, Z::ZRINIT, Z::ZRPOS, Z::ZRINIT, Z::ZFIN}},
-        {"damaged attention string refused, the old one kept",
-         Concat({enc.Bin32(Z::ZSINIT, Encoder::Flags(0)), badAttention, Finish()}),
-         "",
-         {},
-         {Z::ZRINIT, Z::ZNAK, Z::ZRINIT, Z::ZFIN}},
+                 escaping.Bin32(Z::ZDATA, Encoder::Value(0)), noisy, EofFinish(escaping, 3)})},
+        {"refused file is skipped and the next one received", "yes", "ok",
+         {Z::ZRINIT, Z::ZSKIP, Z::ZRINIT, Z::ZRPOS, Z::ZRINIT, Z::ZFIN}, false,
+         Concat({file("no", "3"), file("yes", "2"), frame(0, ToBytes("ok")), EofFinish(enc, 2)})},
+        {"damaged attention string refused, the old one kept", "", "",
+         {Z::ZRINIT, Z::ZNAK, Z::ZRINIT, Z::ZFIN}, false,
+         Concat({enc.Bin32(Z::ZSINIT, Encoder::Flags(0)), badAttention, Finish()})},
     };
+    // clang-format on
     for (const Case& c : cases)
     {
         SCOPED_TRACE(c.what);
-        ScriptedZModem rx(c.flags);
+        ScriptedZModem rx(c.escape ? CZModem::ZMODEM_ESCAPE_CONTROLS : CZModem::ZMODEM_NO_FLAGS);
         rx.store.accept = [](const std::string& name) { return name != "no"; };
         rx.Feed(c.script);
         ASSERT_TRUE(rx.ZModemReceive());
@@ -511,7 +489,7 @@ TEST(ZModemSession, ScriptedSessionsStoreAndAnswerAsExpected)
         if (!c.name.empty())
         {
             EXPECT_EQ(rx.store.files[0].name, c.name);
-            EXPECT_EQ(rx.store.files[0].data, c.data);
+            EXPECT_EQ(rx.store.files[0].data, ToBytes(c.data));
             EXPECT_TRUE(rx.store.files[0].complete);
         }
         if (!c.replies.empty())
