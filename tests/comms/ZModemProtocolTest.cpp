@@ -232,69 +232,45 @@ TEST(ZModemHandshake, AnswersFreeSpaceAndRefusesCommands)
 
 // ---------------------------------------------------------------------------------------------
 
-TEST(ZModemFileHeader, InformationGivesLengthTimeAndModeAndKeepsTheName)
+TEST(ZModemFileHeader, InformationAndOptionsGiveLengthTimeModeBinaryAndAppend)
 {
-    Encoder enc;
-    ScriptedZModem rx;
-    rx.Feed(FileHeader(enc, Frames::Bin32, "dir/a.txt", "1234 7654321 100644 0 1 1234"));
-    rx.Feed(EofFinish(enc, 0));
-    ASSERT_TRUE(rx.ZModemReceive());
-    ASSERT_EQ(rx.store.files.size(), 1u);
-    const FileRecord& f = rx.store.files[0];
-    EXPECT_EQ(f.name, "dir/a.txt");
-    EXPECT_EQ(f.length, 1234);
-    EXPECT_EQ(f.modificationTime, 2054353u);
-    EXPECT_EQ(f.mode, 33188);
-}
-
-TEST(ZModemFileHeader, PartialOrMalformedInformationParsesWhatItCan)
-{
+    // Partial or malformed information parses what it can; a name with information is kept.
     struct Case
     {
         std::string info;
+        std::uint8_t conversion, management;
         long length;
         unsigned long time;
         int mode;
-    };
-    for (const Case& c :
-         {Case{"77", 77, 0, 0}, Case{"12 17", 12, 15, 0}, Case{"x 1 2", 0, 0, 0},
-          Case{"5 9 1", 5, 0, 0}, Case{"99999999999999999999999 1 1", 0x7FFFFFFFFFFFFFFF, 1, 1}})
-    {
-        Encoder enc;
-        ScriptedZModem rx;
-        rx.Feed(FileHeader(enc, Frames::Bin32, "n", c.info));
-        rx.Feed(EofFinish(enc, 0));
-        ASSERT_TRUE(rx.ZModemReceive()) << c.info;
-        ASSERT_EQ(rx.store.files.size(), 1u);
-        EXPECT_EQ(rx.store.files[0].name, "n");
-        if (sizeof(long) == 8)
-        {
-            EXPECT_EQ(rx.store.files[0].length, c.length) << c.info;
-        }
-        EXPECT_EQ(rx.store.files[0].modificationTime, c.time) << c.info;
-        EXPECT_EQ(rx.store.files[0].mode, c.mode) << c.info;
-    }
-}
-
-TEST(ZModemFileHeader, ConversionAndManagementOptionsGiveBinaryAndAppend)
-{
-    struct Case
-    {
-        std::uint8_t conversion, management;
         bool binary, append;
     };
-    for (const Case& c : {Case{0, 0, true, false}, Case{2, 0, false, false}, Case{0, 3, true, true},
-                          Case{2, 3, false, true}, Case{1, 3, true, false}, // binary ignores append
-                          Case{0, 0x83, true, false}})
+    // clang-format off
+    for (const Case& c : {
+             Case{"1234 7654321 100644 0 1 1234", 0, 0, 1234, 2054353, 33188, true, false},
+             Case{"77", 2, 0, 77, 0, 0, false, false},
+             Case{"12 17", 0, 3, 12, 15, 0, true, true},
+             Case{"x 1 2", 2, 3, 0, 0, 0, false, true},
+             Case{"5 9 1", 1, 3, 5, 0, 0, true, false}, // binary ignores append
+             Case{"99999999999999999999999 1 1", 0, 0x83, 0x7FFFFFFFFFFFFFFF, 1, 1, true, false}})
+    // clang-format on
     {
+        SCOPED_TRACE(c.info);
         Encoder enc;
         ScriptedZModem rx;
-        rx.Feed(FileHeader(enc, Frames::Bin32, "x", "", c.conversion, c.management));
+        rx.Feed(FileHeader(enc, Frames::Bin32, "dir/a.txt", c.info, c.conversion, c.management));
         rx.Feed(EofFinish(enc, 0));
         ASSERT_TRUE(rx.ZModemReceive());
         ASSERT_EQ(rx.store.files.size(), 1u);
-        EXPECT_EQ(rx.store.files[0].binary, c.binary) << int(c.conversion);
-        EXPECT_EQ(rx.store.files[0].append, c.append) << int(c.management);
+        const FileRecord& f = rx.store.files[0];
+        EXPECT_EQ(f.name, "dir/a.txt");
+        if (sizeof(long) == 8)
+        {
+            EXPECT_EQ(f.length, c.length);
+        }
+        EXPECT_EQ(f.modificationTime, c.time);
+        EXPECT_EQ(f.mode, c.mode);
+        EXPECT_EQ(f.binary, c.binary);
+        EXPECT_EQ(f.append, c.append);
     }
 }
 
