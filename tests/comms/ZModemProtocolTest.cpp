@@ -318,13 +318,7 @@ TEST(ZModemData, SubpacketEndsGetTheirAcknowledgements)
     ASSERT_TRUE(rx.ZModemReceive());
     EXPECT_EQ(rx.store.files[0].data, ToBytes("aabbbccddd"));
 
-    SentStream out(rx.sent);
-    std::vector<std::pair<int, std::uint32_t>> acks;
-    for (auto& h : out.headers)
-        if (h.type == CZModem::ZACK)
-            acks.emplace_back(h.type, h.value);
-    EXPECT_EQ(acks,
-              (std::vector<std::pair<int, std::uint32_t>>{{CZModem::ZACK, 5}, {CZModem::ZACK, 7}}));
+    EXPECT_EQ(SentStream(rx.sent).Values(CZModem::ZACK), (std::vector<std::uint32_t>{5, 7}));
     // Only the ZCRCW acknowledgement is followed by XON.
     std::size_t xonAcks = 0;
     for (std::size_t i = 0; i + 21 <= rx.sent.size(); ++i)
@@ -353,11 +347,7 @@ TEST(ZModemData, DamagedSubpacketIsNotWrittenAndPositionIsAskedAgain)
     EXPECT_EQ(rx.store.files[0].data, ToBytes("abcdef"));
 
     SentStream out(rx.sent);
-    std::vector<std::uint32_t> positions;
-    for (auto& h : out.headers)
-        if (h.type == CZModem::ZRPOS)
-            positions.push_back(h.value);
-    EXPECT_EQ(positions, (std::vector<std::uint32_t>{0, 3}));
+    EXPECT_EQ(out.Values(CZModem::ZRPOS), (std::vector<std::uint32_t>{0, 3}));
     EXPECT_EQ(out.other, ToBytes("!")); // attention once, before the ZRPOS
 }
 

@@ -200,6 +200,14 @@ struct SentStream
             n += h.type == type;
         return n;
     }
+    std::vector<std::uint32_t> Values(int type) const
+    {
+        std::vector<std::uint32_t> values;
+        for (auto& h : headers)
+            if (h.type == type)
+                values.push_back(h.value);
+        return values;
+    }
 };
 
 inline const Bytes& CancelSequence()
