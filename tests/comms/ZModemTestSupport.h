@@ -249,12 +249,7 @@ public:
     {
         if (!accept(name))
             return false;
-        FileRecord record;
-        record.name = name;
-        record.binary = binary;
-        record.append = append;
-        record.length = length;
-        files.push_back(record);
+        files.push_back({name, binary, append, {}, false, false, 0, 0, length});
         return true;
     }
     void Write(const unsigned char* data, unsigned long count)
