@@ -1,5 +1,5 @@
-// The receiver against scripted senders: handshake, file headers, data frames, error recovery
-// and cancellation, checked byte for byte on what it writes and what it answers.
+// The receiver against scripted senders: CRCs, handshake, file headers, data frames, error
+// recovery and cancellation, checked byte for byte on what it writes and what it answers.
 
 #include "ZModemTestSupport.h"
 
@@ -115,6 +115,17 @@ Bytes OneFileSession(const Encoder& enc, Frames frames, const std::string& name,
 } // namespace
 
 // ---------------------------------------------------------------------------------------------
+
+TEST(ZModemCrc, MatchesPublishedCheckValues)
+{
+    // The catalogue check values for "123456789": CRC-16/XMODEM 0x31C3, CRC-32 0xCBF43926.
+    // Every framed session relies on them.
+    const Bytes check = ToBytes("123456789");
+    EXPECT_EQ(Crc16(check), 0x31C3);
+    EXPECT_EQ(Crc32(check), 0xCBF43926u);
+    EXPECT_EQ(Crc16({}), 0);
+    EXPECT_EQ(Crc32({}), 0u);
+}
 
 TEST(ZModemHandshake, AnnouncesCapabilitiesInZrinitAccordingToFlags)
 {

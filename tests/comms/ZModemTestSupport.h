@@ -193,13 +193,6 @@ struct SentStream
             types.push_back(h.type);
         return types;
     }
-    int Count(int type) const
-    {
-        int n = 0;
-        for (auto& h : headers)
-            n += h.type == type;
-        return n;
-    }
     std::vector<std::uint32_t> Values(int type) const
     {
         std::vector<std::uint32_t> values;
@@ -208,6 +201,7 @@ struct SentStream
                 values.push_back(h.value);
         return values;
     }
+    int Count(int type) const { return static_cast<int>(Values(type).size()); }
 };
 
 inline const Bytes& CancelSequence()
