@@ -424,6 +424,7 @@ TEST(ZModemSession, ScriptedSessionsStoreAndAnswerAsExpected)
         std::vector<int> replies; // header types, unchecked when empty
         bool escape;
         Bytes script;
+        std::vector<std::uint32_t> resendAt = {}; // ZRPOS values, unchecked when empty
     };
     // clang-format off
     const Case cases[] = {
@@ -441,7 +442,7 @@ TEST(ZModemSession, ScriptedSessionsStoreAndAnswerAsExpected)
                  frame(0, ToBytes("abcd")), EofFinish(enc, 4)})},
         {"oversized subpacket is an error, not an overflow", "f", std::string(1025, 'q'), {}, false,
          Concat({file("f", "1025"), frame(0, Bytes(1025, 'q'), 1025), frame(0, Bytes(1025, 'q')),
-                 EofFinish(enc, 1025)})},
+                 EofFinish(enc, 1025)}), {0, 0}},
         {"control characters are noise once escaping is on", "f", "\x01\x02\x03", {}, true,
          Concat({FileHeader(escaping, Frames::Bin32, "f", "3"),
                  escaping.Bin32(Z::ZDATA, Encoder::Value(0)), noisy, EofFinish(escaping, 3)})},
@@ -472,6 +473,10 @@ TEST(ZModemSession, ScriptedSessionsStoreAndAnswerAsExpected)
         if (!c.replies.empty())
         {
             EXPECT_EQ(SentStream(rx.sent).Types(), c.replies);
+        }
+        if (!c.resendAt.empty())
+        {
+            EXPECT_EQ(SentStream(rx.sent).Values(CZModem::ZRPOS), c.resendAt);
         }
     }
 }
