@@ -641,11 +641,34 @@ int CZModem::ReceiveHexHeader()
     return type;
 }
 
-int CZModem::ReceiveBinaryHeader16()
+// The CRC register of a frame: its start value, its length on the wire and its good residue.
+// Binary headers and data subpackets come in a CRC-16 and a CRC-32 form that differ only in it.
+namespace
 {
-    std::uint16_t crc = 0;
+struct Crc16Policy
+{
+    using Value = std::uint16_t;
+    static constexpr Value kInitial = 0;
+    static constexpr int kLength = 2;
+    static Value Update(std::uint8_t byte, Value crc) { return CZModem::UpdateCRC16(byte, crc); }
+    static bool IsGood(Value crc) { return crc == 0; }
+};
+
+struct Crc32Policy
+{
+    using Value = std::uint32_t;
+    static constexpr Value kInitial = 0xFFFFFFFFu;
+    static constexpr int kLength = 4;
+    static Value Update(std::uint8_t byte, Value crc) { return CZModem::UpdateCRC32(byte, crc); }
+    static bool IsGood(Value crc) { return crc == CRC32_RESIDUE; }
+};
+} // namespace
+
+template <class Crc> int CZModem::ReceiveBinaryHeaderWithCrc()
+{
+    typename Crc::Value crc = Crc::kInitial;
     int type = 0;
-    for (int n = 0; n < 7; ++n)
+    for (int n = 0; n < 5 + Crc::kLength; ++n)
     {
         const int c = ReadByteWithEscapeDecode();
         if (c == RESULT_GOTCAN)
@@ -658,31 +681,19 @@ int CZModem::ReceiveBinaryHeader16()
             type = c;
         else if (n < 5)
             m_abyRxHeader[static_cast<std::size_t>(n - 1)] = static_cast<std::uint8_t>(c);
-        crc = UpdateCRC16(static_cast<std::uint8_t>(c), crc);
+        crc = Crc::Update(static_cast<std::uint8_t>(c), crc);
     }
-    return crc == 0 ? type : RESULT_ERROR;
+    return Crc::IsGood(crc) ? type : RESULT_ERROR;
+}
+
+int CZModem::ReceiveBinaryHeader16()
+{
+    return ReceiveBinaryHeaderWithCrc<Crc16Policy>();
 }
 
 int CZModem::ReceiveBinaryHeader32()
 {
-    std::uint32_t crc = 0xFFFFFFFFu;
-    int type = 0;
-    for (int n = 0; n < 9; ++n)
-    {
-        const int c = ReadByteWithEscapeDecode();
-        if (c == RESULT_GOTCAN)
-            return ZCAN;
-        if (c < 0)
-            return c;
-        if (c > 0xFF)
-            return RESULT_ERROR;
-        if (n == 0)
-            type = c;
-        else if (n < 5)
-            m_abyRxHeader[static_cast<std::size_t>(n - 1)] = static_cast<std::uint8_t>(c);
-        crc = UpdateCRC32(static_cast<std::uint8_t>(c), crc);
-    }
-    return crc == CRC32_RESIDUE ? type : RESULT_ERROR;
+    return ReceiveBinaryHeaderWithCrc<Crc32Policy>();
 }
 
 int CZModem::ReadByteWithEscapeDecode()
@@ -755,26 +766,6 @@ int CZModem::ReceiveBinaryData(std::uint8_t* buffer, unsigned long size, unsigne
 
 // Data subpackets are the bulk of a transfer, so their loop reads bytes itself and leaves only
 // control bytes to the full decoder.
-namespace
-{
-struct Crc16Policy
-{
-    using Value = std::uint16_t;
-    static constexpr Value kInitial = 0;
-    static constexpr int kLength = 2;
-    static Value Update(std::uint8_t byte, Value crc) { return CZModem::UpdateCRC16(byte, crc); }
-    static bool IsGood(Value crc) { return crc == 0; }
-};
-
-struct Crc32Policy
-{
-    using Value = std::uint32_t;
-    static constexpr Value kInitial = 0xFFFFFFFFu;
-    static constexpr int kLength = 4;
-    static Value Update(std::uint8_t byte, Value crc) { return CZModem::UpdateCRC32(byte, crc); }
-    static bool IsGood(Value crc) { return crc == CRC32_RESIDUE; }
-};
-} // namespace
 
 template <class Crc>
 int CZModem::ReceiveDataWithCrc(std::uint8_t* buffer, unsigned long size, unsigned long& count)

@@ -145,6 +145,7 @@ private:
     int ReceiveHexHeader();
     int ReceiveBinaryHeader16();
     int ReceiveBinaryHeader32();
+    template <class Crc> int ReceiveBinaryHeaderWithCrc();
     int ReceiveBinaryData(std::uint8_t* buffer, unsigned long size, unsigned long& count);
     int ReceiveData16(std::uint8_t* buffer, unsigned long size, unsigned long& count);
     int ReceiveData32(std::uint8_t* buffer, unsigned long size, unsigned long& count);
