@@ -19,6 +19,7 @@
 #include <mutex>
 #include <shared/comms/CSerialPortDevice.h>
 #include <shared/positioning/CNmeaGPRMC.h>
+#include <shared/positioning/CNmeaLineAssembler.h>
 #include <shared/positioning/CNmeaSentence.h>
 #include <shared/time/CClock.h>
 #include <string>
@@ -102,10 +103,11 @@ std::string OpenFailure(int port, unsigned long code)
     }
 }
 
-bool FeedClock(std::string const& line)
+bool FeedClock(std::string_view line)
 {
     CNmeaSentence::E_NMEAParseResult result = CNmeaSentence::eNMEAParseOK;
-    std::unique_ptr<CNmeaSentence> sentence(CNmeaSentence::Create(line.c_str(), result));
+    std::unique_ptr<CNmeaSentence> sentence(
+        CNmeaSentence::Create(std::string(line).c_str(), result));
     if (!sentence || sentence->GetType() != CNmeaSentence::eNMEA_GPRMC)
     {
         return false;
@@ -232,29 +234,26 @@ void SetupListen(CLI::App& app)
             printer.PrintHeader(std::cout);
             auto const start = std::chrono::steady_clock::now();
             // Sentences are short; a line that grows past this is noise and is cut.
-            constexpr std::size_t kLongestLine = 1024;
-            std::string line;
+            CNmeaLineAssembler lines(1024);
             long sentences = 0;
             long clockUpdates = 0;
             bool lost = false;
-            unsigned char block[4096];
-            auto finishLine = [&]
+            char block[4096];
+            auto more = [&] { return options->count == 0 || sentences < options->count; };
+            auto print = [&](std::string_view line)
             {
-                if (!line.empty() && line.back() == '\r')
+                if (line.find_first_not_of(" \t") == std::string_view::npos)
                 {
-                    line.pop_back();
+                    return;
                 }
-                if (line.find_first_not_of(" \t") != std::string::npos)
+                printer.PrintLine(line, std::cout);
+                ++sentences;
+                if (!options->noClock && FeedClock(line))
                 {
-                    printer.PrintLine(line, std::cout);
-                    ++sentences;
-                    if (!options->noClock && FeedClock(line))
-                    {
-                        ++clockUpdates;
-                    }
+                    ++clockUpdates;
                 }
-                line.clear();
             };
+            std::string_view line;
             while (!g_interrupted)
             {
                 if (options->seconds > 0 &&
@@ -263,7 +262,7 @@ void SetupListen(CLI::App& app)
                 {
                     break;
                 }
-                if (options->count > 0 && sentences >= options->count)
+                if (!more())
                 {
                     break;
                 }
@@ -274,19 +273,10 @@ void SetupListen(CLI::App& app)
                     // Caught up with the device: show what has been printed so far.
                     std::cout.flush();
                 }
-                for (unsigned long i = 0;
-                     i < n && (options->count == 0 || sentences < options->count); ++i)
+                lines.Append(block, n);
+                while (more() && lines.NextLine(line))
                 {
-                    unsigned char const byte = block[i];
-                    if (byte == '\n' || line.size() >= kLongestLine)
-                    {
-                        finishLine();
-                        if (byte == '\n')
-                        {
-                            continue;
-                        }
-                    }
-                    line += static_cast<char>(byte);
+                    print(line);
                 }
                 if (n == 0 && device.IsLineLost() && device.GetBytesReady() == 0)
                 {
@@ -307,9 +297,9 @@ void SetupListen(CLI::App& app)
                     }
                 }
             }
-            if (!line.empty() && (options->count == 0 || sentences < options->count))
+            if (more() && lines.Finish(line))
             {
-                finishLine();
+                print(line);
             }
             std::signal(SIGINT, previous);
             std::signal(SIGTERM, previousTerm);
