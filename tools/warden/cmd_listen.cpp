@@ -164,7 +164,8 @@ void SetupListen(CLI::App& app)
     cmd->add_option("--handshake", options->handshake, "Flow control")
         ->check(CLI::IsMember({"none", "hardware", "xonxoff", "cts"}))
         ->capture_default_str();
-    cmd->add_flag("--json", options->json, "Print one JSON object per sentence");
+    cmd->add_flag("--json", options->json,
+                  "Print one JSON object per sentence (JSON Lines) and a final summary object");
     cmd->add_option("--seconds", options->seconds, "Stop after this many seconds");
     cmd->add_option("--count", options->count, "Stop after this many sentences");
     cmd->add_flag("--no-clock", options->noClock,
@@ -172,6 +173,12 @@ void SetupListen(CLI::App& app)
     cmd->add_flag("--strict", options->strict, "Exit with status 2 when any line was rejected");
     cmd->add_flag("--reconnect", options->reconnect,
                   "When the line hangs up, wait for the port to come back and go on");
+    warden::Help(cmd,
+                 {"warden listen --port 1 --baud 9600",
+                  "warden listen --device /dev/ttyUSB0 --json",
+                  "warden listen --port 3 --seconds 60 --strict --no-clock"},
+                 "1 the port cannot be opened or hung up (without --reconnect); 2 with --strict, "
+                 "some lines were rejected");
     (void)portOption;
     (void)deviceOption;
     cmd->callback(
