@@ -179,7 +179,8 @@ CRuntimeClass* CArchive::ReadClass(const CRuntimeClass* pClassRefRequested, UINT
     }
     else
     {
-        obTag = (static_cast<DWORD>(wTag & wClassTag) << 16) | (wTag & ~wClassTag & 0xFFFFu);
+        obTag =
+            (static_cast<DWORD>(wTag & wClassTag) << 16) | (wTag & static_cast<WORD>(~wClassTag));
     }
 
     if ((obTag & dwBigClassTag) == 0)

@@ -96,8 +96,8 @@ BOOL CFile::Open(LPCTSTR lpszFileName, UINT nOpenFlags, CFileException* pError)
     }
     if (pError != nullptr)
     {
-        pError->m_cause = CFileException::OsErrorToException(error);
-        pError->m_lOsError = error;
+        pError->m_cause = CFileException::OsErrorToException(static_cast<LONG>(error));
+        pError->m_lOsError = static_cast<LONG>(error);
         pError->m_strFileName = lpszFileName != nullptr ? lpszFileName : "";
     }
     return FALSE;
@@ -105,7 +105,7 @@ BOOL CFile::Open(LPCTSTR lpszFileName, UINT nOpenFlags, CFileException* pError)
 
 void CFile::ThrowLastError(fs::FileError error) const
 {
-    CFileException::ThrowOsError(error, m_strFileName);
+    CFileException::ThrowOsError(static_cast<LONG>(error), m_strFileName);
 }
 
 void CFile::CheckOpen() const
@@ -159,7 +159,7 @@ ULONGLONG CFile::Seek(LONGLONG lOff, UINT nFrom)
     std::int64_t position = 0;
     if (const fs::FileError error = Calls().seek(m_hFile, lOff, from, position); error != 0)
     {
-        AfxThrowFileException(CFileException::badSeek, error, m_strFileName);
+        AfxThrowFileException(CFileException::badSeek, static_cast<LONG>(error), m_strFileName);
     }
     return static_cast<ULONGLONG>(position);
 }
@@ -181,7 +181,7 @@ ULONGLONG CFile::GetPosition() const
     if (const fs::FileError error = Calls().seek(m_hFile, 0, fs::EFileSeek::current, position);
         error != 0)
     {
-        AfxThrowFileException(CFileException::badSeek, error, m_strFileName);
+        AfxThrowFileException(CFileException::badSeek, static_cast<LONG>(error), m_strFileName);
     }
     return static_cast<ULONGLONG>(position);
 }
@@ -272,7 +272,7 @@ void PASCAL CFile::Rename(LPCTSTR lpszOldName, LPCTSTR lpszNewName)
 {
     if (const fs::FileError error = Calls().rename(lpszOldName, lpszNewName); error != 0)
     {
-        CFileException::ThrowOsError(error, lpszOldName);
+        CFileException::ThrowOsError(static_cast<LONG>(error), lpszOldName);
     }
 }
 
@@ -280,6 +280,6 @@ void PASCAL CFile::Remove(LPCTSTR lpszFileName)
 {
     if (const fs::FileError error = Calls().remove(lpszFileName); error != 0)
     {
-        CFileException::ThrowOsError(error, lpszFileName);
+        CFileException::ThrowOsError(static_cast<LONG>(error), lpszFileName);
     }
 }

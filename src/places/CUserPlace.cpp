@@ -241,8 +241,8 @@ void CUserPlace::Serialize(CArchive& ar)
     const UINT schema = ar.GetObjectSchema();
     FieldRun(ar, 24) >> m_SymbolId >> m_SymbolColour >> m_Latitude >> m_Longitude;
     ar >> m_MapLabelText >> m_ReportLabelText;
-    FieldRun middle(ar, 9 + (schema >= 2 ? 12 : 0) + (schema >= 3 ? 4 : 0) + (schema >= 4 ? 4 : 0) +
-                            (schema >= 5 ? 8 : 0));
+    FieldRun middle(ar, 9u + (schema >= 2 ? 12u : 0u) + (schema >= 3 ? 4u : 0u) +
+                            (schema >= 4 ? 4u : 0u) + (schema >= 5 ? 8u : 0u));
     middle >> m_SymbolChar >> m_AddressRadius >> m_ShowingAddressRadius;
     if (schema >= 2)
         middle >> m_GeofenceRadius >> m_UseAsAddress >> m_UseAsGeofence;

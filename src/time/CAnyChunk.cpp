@@ -120,7 +120,8 @@ bool CAnyChunk::DoesContainTime(COleDateTime const& t, bool includeStart, bool i
     if (m_dtStart.GetStatus() == COleDateTime::valid && t.GetStatus() == COleDateTime::valid)
     {
         COleDateTime candidate = CClock::GetDateOnly(m_dtStart);
-        candidate.m_dt += CClock::GetSecondsInTimePart(t) * CClock::GetSecondFraction();
+        candidate.m_dt +=
+            static_cast<double>(CClock::GetSecondsInTimePart(t)) * CClock::GetSecondFraction();
         // The candidate starts less than a day before the start, so two steps always suffice;
         // the bound keeps absurd day counts (where adding a day changes nothing) from looping.
         for (int step = 0; step < 2 && GetLocationInTime(candidate, includeStart, includeEnd) ==

@@ -304,7 +304,7 @@ COleDateTime CClock::ConvertFromUTCToLocal(COleDateTime const& dt)
     if (dt.GetStatus() != COleDateTime::valid)
         return dt;
     COleDateTime local = dt;
-    local.m_dt += GetUTCToLocalMappingInMinutes() * GetMinuteFraction();
+    local.m_dt += static_cast<double>(GetUTCToLocalMappingInMinutes()) * GetMinuteFraction();
     return local;
 }
 
@@ -313,7 +313,7 @@ COleDateTime CClock::ConvertFromLocalToUTC(COleDateTime const& dt)
     if (dt.GetStatus() != COleDateTime::valid)
         return dt;
     COleDateTime utc = dt;
-    utc.m_dt += GetLocalToUTCMappingInMinutes() * GetMinuteFraction();
+    utc.m_dt += static_cast<double>(GetLocalToUTCMappingInMinutes()) * GetMinuteFraction();
     return utc;
 }
 

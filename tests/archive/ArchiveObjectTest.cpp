@@ -383,7 +383,7 @@ TEST(ArchiveObjects, ForgottenObjectsCannotBeReferencedAgain)
         Append(points, B({0x01, 0x80}));
         Append(points, Point(i, i));
     }
-    for (const BYTE reference : {2, 7, 3, 9})
+    for (const BYTE reference : std::initializer_list<BYTE>{2, 7, 3, 9})
     {
         Bytes bytes = points;
         Append(bytes, B({reference, 0x00}));

@@ -36,7 +36,7 @@ TEST(ByteFifo, HoldsOneByteLessThanItsSizeAndWrapsInOrder)
             ASSERT_EQ(fifo.PutBytes(in.data() + turn % 2, n), n);
             unsigned char b = 0;
             ASSERT_TRUE(fifo.GetByte(b, 0));
-            ASSERT_EQ(b, in[turn % 2]);
+            ASSERT_EQ(b, in[static_cast<std::size_t>(turn % 2)]);
             ASSERT_EQ(fifo.GetBytes(out.data(), n, 0), n - 1);
             ASSERT_TRUE(std::equal(out.begin(), out.begin() + static_cast<long>(n - 1),
                                    in.begin() + turn % 2 + 1));
@@ -177,6 +177,7 @@ TEST(ByteFifo, SeveralConsumersShareTheBytesExactlyOnce)
     EXPECT_EQ(taken.load(), total);
     for (int v = 0; v < 256; ++v)
     {
-        EXPECT_EQ(seen[v].load(), total / 256 + (v < total % 256 ? 1 : 0)) << v;
+        EXPECT_EQ(seen[static_cast<std::size_t>(v)].load(), total / 256 + (v < total % 256 ? 1 : 0))
+            << v;
     }
 }

@@ -1,5 +1,5 @@
-// The receiver against scripted senders: handshake, file headers, data frames, error recovery
-// and cancellation, checked byte for byte on what it writes and what it answers.
+// The receiver against scripted senders: CRCs, handshake, file headers, data frames, error
+// recovery and cancellation, checked byte for byte on what it writes and what it answers.
 
 #include "ZModemTestSupport.h"
 
@@ -75,6 +75,22 @@ Bytes Finish()
     return out;
 }
 
+// ZEOF at `length` (CRC-32 binary), then ZFIN and "OO".
+Bytes EofFinish(const Encoder& enc, std::uint32_t length)
+{
+    Bytes out = enc.Bin32(CZModem::ZEOF, Encoder::Value(length));
+    Append(out, Finish());
+    return out;
+}
+
+Bytes Concat(std::initializer_list<Bytes> parts)
+{
+    Bytes out;
+    for (const Bytes& p : parts)
+        Append(out, p);
+    return out;
+}
+
 Bytes AllByteValues(std::size_t size)
 {
     Bytes data(size);
@@ -99,6 +115,17 @@ Bytes OneFileSession(const Encoder& enc, Frames frames, const std::string& name,
 } // namespace
 
 // ---------------------------------------------------------------------------------------------
+
+TEST(ZModemCrc, MatchesPublishedCheckValues)
+{
+    // The catalogue check values for "123456789": CRC-16/XMODEM 0x31C3, CRC-32 0xCBF43926.
+    // Every framed session relies on them.
+    const Bytes check = ToBytes("123456789");
+    EXPECT_EQ(Crc16(check), 0x31C3);
+    EXPECT_EQ(Crc32(check), 0xCBF43926u);
+    EXPECT_EQ(Crc16({}), 0);
+    EXPECT_EQ(Crc32({}), 0u);
+}
 
 TEST(ZModemHandshake, AnnouncesCapabilitiesInZrinitAccordingToFlags)
 {
@@ -172,7 +199,7 @@ TEST(ZModemHandshake, ZsinitSetsAttentionStringAndEscapingThenErrorsSendIt)
     ScriptedZModem rx;
     rx.Feed(enc.Bin32(CZModem::ZSINIT, Encoder::Flags(0x40)));
     rx.Feed(enc.Data32(ToBytes("ATTN"), 'k')); // the NUL is not needed
-    rx.Feed(enc.File32("f", "3"));
+    rx.Feed(FileHeader(enc, Frames::Bin32, "f", "3"));
     // A damaged first subpacket, then the good one.
     Bytes bad = enc.Bin32(CZModem::ZDATA, Encoder::Value(0));
     Bytes damaged = enc.Data32(ToBytes("abc"), 'h');
@@ -180,8 +207,7 @@ TEST(ZModemHandshake, ZsinitSetsAttentionStringAndEscapingThenErrorsSendIt)
     Append(bad, damaged);
     rx.Feed(bad);
     rx.Feed(DataFrame(enc, Frames::Bin32, 0, ToBytes("abc"), 1024));
-    rx.Feed(enc.Bin32(CZModem::ZEOF, Encoder::Value(3)));
-    rx.Feed(Finish());
+    rx.Feed(EofFinish(enc, 3));
 
     ASSERT_TRUE(rx.ZModemReceive());
     EXPECT_STREQ(rx.GetAttentionString(), "ATTN");
@@ -196,22 +222,6 @@ TEST(ZModemHandshake, ZsinitSetsAttentionStringAndEscapingThenErrorsSendIt)
     // ESCCTL now set, later ZRINITs say so.
     EXPECT_EQ(out.headers.back().type, CZModem::ZFIN);
     EXPECT_EQ(out.headers[out.headers.size() - 2].header[3], 0x63);
-}
-
-TEST(ZModemHandshake, ZsinitWithDamagedStringIsRefusedAndKeepsTheOldOne)
-{
-    Encoder enc;
-    ScriptedZModem rx;
-    rx.Feed(enc.Bin32(CZModem::ZSINIT, Encoder::Flags(0)));
-    Bytes bad = enc.Data32(ToBytes("XYZ"), 'k');
-    bad[1] ^= 0x02;
-    rx.Feed(bad);
-    rx.Feed(Finish());
-    ASSERT_TRUE(rx.ZModemReceive());
-    EXPECT_STREQ(rx.GetAttentionString(), "");
-    SentStream out(rx.sent);
-    EXPECT_EQ(out.Types(),
-              (std::vector<int>{CZModem::ZRINIT, CZModem::ZNAK, CZModem::ZRINIT, CZModem::ZFIN}));
 }
 
 TEST(ZModemHandshake, AnswersFreeSpaceAndRefusesCommands)
@@ -233,123 +243,46 @@ TEST(ZModemHandshake, AnswersFreeSpaceAndRefusesCommands)
 
 // ---------------------------------------------------------------------------------------------
 
-TEST(ZModemFileHeader, NameWithoutInformationIsFlattened)
+TEST(ZModemFileHeader, InformationAndOptionsGiveLengthTimeModeBinaryAndAppend)
 {
-    Encoder enc;
-    ScriptedZModem rx;
-    Bytes s = enc.Bin32(CZModem::ZFILE, Encoder::Flags(0));
-    Bytes body = ToBytes("dir/name.");
-    body.push_back(0);
-    Append(s, enc.Data32(body, 'k'));
-    rx.Feed(s);
-    rx.Feed(enc.Bin32(CZModem::ZEOF, Encoder::Value(0)));
-    rx.Feed(Finish());
-    ASSERT_TRUE(rx.ZModemReceive());
-    ASSERT_EQ(rx.store.files.size(), 1u);
-    EXPECT_EQ(rx.store.files[0].name, "dir_name");
-    EXPECT_EQ(rx.store.files[0].length, 0);
-    EXPECT_TRUE(rx.store.files[0].complete);
-}
-
-TEST(ZModemFileHeader, InformationGivesLengthTimeAndModeAndKeepsTheName)
-{
-    Encoder enc;
-    ScriptedZModem rx;
-    rx.Feed(enc.File32("dir/a.txt", "1234 7654321 100644 0 1 1234"));
-    rx.Feed(enc.Bin32(CZModem::ZEOF, Encoder::Value(0)));
-    rx.Feed(Finish());
-    ASSERT_TRUE(rx.ZModemReceive());
-    ASSERT_EQ(rx.store.files.size(), 1u);
-    const FileRecord& f = rx.store.files[0];
-    EXPECT_EQ(f.name, "dir/a.txt");
-    EXPECT_EQ(f.length, 1234);
-    EXPECT_EQ(f.modificationTime, 2054353u);
-    EXPECT_EQ(f.mode, 33188);
-}
-
-TEST(ZModemFileHeader, PartialOrMalformedInformationParsesWhatItCan)
-{
+    // Partial or malformed information parses what it can; a name with information is kept.
     struct Case
     {
         std::string info;
+        std::uint8_t conversion, management;
         long length;
         unsigned long time;
         int mode;
-    };
-    for (const Case& c :
-         {Case{"77", 77, 0, 0}, Case{"12 17", 12, 15, 0}, Case{"x 1 2", 0, 0, 0},
-          Case{"5 9 1", 5, 0, 0}, Case{"99999999999999999999999 1 1", 0x7FFFFFFFFFFFFFFF, 1, 1}})
-    {
-        Encoder enc;
-        ScriptedZModem rx;
-        rx.Feed(enc.File32("n", c.info));
-        rx.Feed(enc.Bin32(CZModem::ZEOF, Encoder::Value(0)));
-        rx.Feed(Finish());
-        ASSERT_TRUE(rx.ZModemReceive()) << c.info;
-        ASSERT_EQ(rx.store.files.size(), 1u);
-        EXPECT_EQ(rx.store.files[0].name, "n");
-        if (sizeof(long) == 8)
-        {
-            EXPECT_EQ(rx.store.files[0].length, c.length) << c.info;
-        }
-        EXPECT_EQ(rx.store.files[0].modificationTime, c.time) << c.info;
-        EXPECT_EQ(rx.store.files[0].mode, c.mode) << c.info;
-    }
-}
-
-TEST(ZModemFileHeader, ConversionAndManagementOptionsGiveBinaryAndAppend)
-{
-    struct Case
-    {
-        std::uint8_t conversion, management;
         bool binary, append;
     };
-    for (const Case& c : {Case{0, 0, true, false}, Case{2, 0, false, false}, Case{0, 3, true, true},
-                          Case{2, 3, false, true}, Case{1, 3, true, false}, // binary ignores append
-                          Case{0, 0x83, true, false}})
+    // clang-format off
+    for (const Case& c : {
+             Case{"1234 7654321 100644 0 1 1234", 0, 0, 1234, 2054353, 33188, true, false},
+             Case{"77", 2, 0, 77, 0, 0, false, false},
+             Case{"12 17", 0, 3, 12, 15, 0, true, true},
+             Case{"x 1 2", 2, 3, 0, 0, 0, false, true},
+             Case{"5 9 1", 1, 3, 5, 0, 0, true, false}, // binary ignores append
+             Case{"99999999999999999999999 1 1", 0, 0x83, 0x7FFFFFFFFFFFFFFF, 1, 1, true, false}})
+    // clang-format on
     {
+        SCOPED_TRACE(c.info);
         Encoder enc;
         ScriptedZModem rx;
-        rx.Feed(
-            Header(enc, Frames::Bin32, CZModem::ZFILE, Encoder::Flags(c.conversion, c.management)));
-        rx.Feed(enc.Data32(Bytes{'x', 0}, 'k'));
-        rx.Feed(enc.Bin32(CZModem::ZEOF, Encoder::Value(0)));
-        rx.Feed(Finish());
+        rx.Feed(FileHeader(enc, Frames::Bin32, "dir/a.txt", c.info, c.conversion, c.management));
+        rx.Feed(EofFinish(enc, 0));
         ASSERT_TRUE(rx.ZModemReceive());
         ASSERT_EQ(rx.store.files.size(), 1u);
-        EXPECT_EQ(rx.store.files[0].binary, c.binary) << int(c.conversion);
-        EXPECT_EQ(rx.store.files[0].append, c.append) << int(c.management);
+        const FileRecord& f = rx.store.files[0];
+        EXPECT_EQ(f.name, "dir/a.txt");
+        if (sizeof(long) == 8)
+        {
+            EXPECT_EQ(f.length, c.length);
+        }
+        EXPECT_EQ(f.modificationTime, c.time);
+        EXPECT_EQ(f.mode, c.mode);
+        EXPECT_EQ(f.binary, c.binary);
+        EXPECT_EQ(f.append, c.append);
     }
-}
-
-TEST(ZModemFileHeader, FullBufferWithoutNulGivesABoundedName)
-{
-    Encoder enc;
-    ScriptedZModem rx;
-    rx.Feed(enc.Bin32(CZModem::ZFILE, Encoder::Flags(0)));
-    rx.Feed(enc.Data32(Bytes(1024, 'n'), 'k'));
-    rx.Feed(enc.Bin32(CZModem::ZEOF, Encoder::Value(0)));
-    rx.Feed(Finish());
-    ASSERT_TRUE(rx.ZModemReceive());
-    ASSERT_EQ(rx.store.files.size(), 1u);
-    EXPECT_EQ(rx.store.files[0].name, std::string(1024, 'n'));
-}
-
-TEST(ZModemFileHeader, DamagedFileHeaderIsRefusedAndTheResentOneAccepted)
-{
-    Encoder enc;
-    ScriptedZModem rx;
-    Bytes bad = enc.File32("x", "1");
-    bad[bad.size() - 3] ^= 0x04;
-    rx.Feed(bad);
-    rx.Feed(enc.File32("x", "1"));
-    rx.Feed(DataFrame(enc, Frames::Bin32, 0, ToBytes("y"), 1024));
-    rx.Feed(enc.Bin32(CZModem::ZEOF, Encoder::Value(1)));
-    rx.Feed(Finish());
-    ASSERT_TRUE(rx.ZModemReceive());
-    ASSERT_EQ(rx.store.files.size(), 1u);
-    EXPECT_EQ(rx.store.files[0].data, ToBytes("y"));
-    EXPECT_EQ(SentStream(rx.sent).headers[1].type, CZModem::ZNAK);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -382,7 +315,7 @@ TEST(ZModemData, SubpacketEndsGetTheirAcknowledgements)
 {
     Encoder enc;
     ScriptedZModem rx;
-    rx.Feed(enc.File32("f", "10"));
+    rx.Feed(FileHeader(enc, Frames::Bin32, "f", "10"));
     Bytes s = enc.Bin32(CZModem::ZDATA, Encoder::Value(0));
     Append(s, enc.Data32(ToBytes("aa"), 'i'));  // ZCRCG: nothing
     Append(s, enc.Data32(ToBytes("bbb"), 'j')); // ZCRCQ: ZACK 5
@@ -392,18 +325,11 @@ TEST(ZModemData, SubpacketEndsGetTheirAcknowledgements)
     Append(s, enc.Data32(Bytes{}, 'i'));        // empty subpacket
     Append(s, enc.Data32(ToBytes("ddd"), 'h')); // ZCRCE: header follows
     rx.Feed(s);
-    rx.Feed(enc.Bin32(CZModem::ZEOF, Encoder::Value(10)));
-    rx.Feed(Finish());
+    rx.Feed(EofFinish(enc, 10));
     ASSERT_TRUE(rx.ZModemReceive());
     EXPECT_EQ(rx.store.files[0].data, ToBytes("aabbbccddd"));
 
-    SentStream out(rx.sent);
-    std::vector<std::pair<int, std::uint32_t>> acks;
-    for (auto& h : out.headers)
-        if (h.type == CZModem::ZACK)
-            acks.emplace_back(h.type, h.value);
-    EXPECT_EQ(acks,
-              (std::vector<std::pair<int, std::uint32_t>>{{CZModem::ZACK, 5}, {CZModem::ZACK, 7}}));
+    EXPECT_EQ(SentStream(rx.sent).Values(CZModem::ZACK), (std::vector<std::uint32_t>{5, 7}));
     // Only the ZCRCW acknowledgement is followed by XON.
     std::size_t xonAcks = 0;
     for (std::size_t i = 0; i + 21 <= rx.sent.size(); ++i)
@@ -418,7 +344,7 @@ TEST(ZModemData, DamagedSubpacketIsNotWrittenAndPositionIsAskedAgain)
     ScriptedZModem rx;
     rx.Feed(enc.Bin32(CZModem::ZSINIT, Encoder::Flags(0)));
     rx.Feed(enc.Data32(ToBytes("!"), 'k'));
-    rx.Feed(enc.File32("f", "6"));
+    rx.Feed(FileHeader(enc, Frames::Bin32, "f", "6"));
     Bytes s = enc.Bin32(CZModem::ZDATA, Encoder::Value(0));
     Append(s, enc.Data32(ToBytes("abc"), 'i'));
     Bytes damaged = enc.Data32(ToBytes("def"), 'i');
@@ -427,17 +353,12 @@ TEST(ZModemData, DamagedSubpacketIsNotWrittenAndPositionIsAskedAgain)
     Append(s, enc.Data32(ToBytes("ghi"), 'h')); // still streaming, must be ignored
     rx.Feed(s);
     rx.Feed(DataFrame(enc, Frames::Bin32, 3, ToBytes("def"), 1024));
-    rx.Feed(enc.Bin32(CZModem::ZEOF, Encoder::Value(6)));
-    rx.Feed(Finish());
+    rx.Feed(EofFinish(enc, 6));
     ASSERT_TRUE(rx.ZModemReceive());
     EXPECT_EQ(rx.store.files[0].data, ToBytes("abcdef"));
 
     SentStream out(rx.sent);
-    std::vector<std::uint32_t> positions;
-    for (auto& h : out.headers)
-        if (h.type == CZModem::ZRPOS)
-            positions.push_back(h.value);
-    EXPECT_EQ(positions, (std::vector<std::uint32_t>{0, 3}));
+    EXPECT_EQ(out.Values(CZModem::ZRPOS), (std::vector<std::uint32_t>{0, 3}));
     EXPECT_EQ(out.other, ToBytes("!")); // attention once, before the ZRPOS
 }
 
@@ -450,7 +371,7 @@ TEST(ZModemData, StreamStillArrivingAfterAResendRequestIsSkippedButNotForever)
     {
         Encoder enc;
         ScriptedZModem rx;
-        rx.Feed(enc.File32("f", "6"));
+        rx.Feed(FileHeader(enc, Frames::Bin32, "f", "6"));
         Bytes s = enc.Bin32(CZModem::ZDATA, Encoder::Value(0));
         Append(s, enc.Data32(ToBytes("abc"), 'i'));
         Bytes damaged = enc.Data32(ToBytes("def"), 'i');
@@ -461,8 +382,7 @@ TEST(ZModemData, StreamStillArrivingAfterAResendRequestIsSkippedButNotForever)
         Append(s, Bytes(hunts * 3802 / 2, 'g'));
         rx.Feed(s);
         rx.Feed(DataFrame(enc, Frames::Bin32, 3, ToBytes("def"), 1024));
-        rx.Feed(enc.Bin32(CZModem::ZEOF, Encoder::Value(6)));
-        rx.Feed(Finish());
+        rx.Feed(EofFinish(enc, 6));
         const bool ok = rx.ZModemReceive();
         if (hunts == 400)
         {
@@ -476,77 +396,89 @@ TEST(ZModemData, StreamStillArrivingAfterAResendRequestIsSkippedButNotForever)
     }
 }
 
-TEST(ZModemData, DataAtTheWrongPositionOrStaleEofIsNotTaken)
-{
-    Encoder enc;
-    ScriptedZModem rx;
-    rx.Feed(enc.File32("f", "4"));
-    rx.Feed(DataFrame(enc, Frames::Bin32, 2, ToBytes("zz"), 1024)); // skipped ahead
-    rx.Feed(enc.Bin32(CZModem::ZEOF, Encoder::Value(2)));           // stale, ignored
-    rx.Feed(DataFrame(enc, Frames::Bin32, 0, ToBytes("abcd"), 1024));
-    rx.Feed(enc.Bin32(CZModem::ZEOF, Encoder::Value(4)));
-    rx.Feed(Finish());
-    ASSERT_TRUE(rx.ZModemReceive());
-    EXPECT_EQ(rx.store.files[0].data, ToBytes("abcd"));
-    EXPECT_EQ(rx.store.files.size(), 1u);
-}
-
-TEST(ZModemData, OversizedSubpacketIsAnErrorNotAnOverflow)
-{
-    Encoder enc;
-    ScriptedZModem rx;
-    rx.Feed(enc.File32("f", "1025"));
-    rx.Feed(DataFrame(enc, Frames::Bin32, 0, Bytes(1025, 'q'), 1025));
-    rx.Feed(DataFrame(enc, Frames::Bin32, 0, Bytes(1025, 'q'), 1024));
-    rx.Feed(enc.Bin32(CZModem::ZEOF, Encoder::Value(1025)));
-    rx.Feed(Finish());
-    ASSERT_TRUE(rx.ZModemReceive());
-    EXPECT_EQ(rx.store.files[0].data, Bytes(1025, 'q'));
-}
-
-TEST(ZModemData, ControlCharactersAreNoiseWhenEscapingIsOnAndFlowControlAlways)
-{
-    Encoder enc;
-    enc.escapeAll = true;
-    ScriptedZModem rx(CZModem::ZMODEM_ESCAPE_CONTROLS);
-    rx.Feed(enc.File32("f", "3"));
-    Bytes s = enc.Bin32(CZModem::ZDATA, Encoder::Value(0));
-    Bytes sub = enc.Data32(Bytes{1, 2, 3}, 'h');
-    Bytes noisy;
-    for (auto b : sub)
-    {
-        noisy.push_back(b);
-        noisy.push_back(0x05); // stray control bytes on the line
-        noisy.push_back(0x93); // XOFF with parity
-    }
-    Append(s, noisy);
-    rx.Feed(s);
-    rx.Feed(enc.Bin32(CZModem::ZEOF, Encoder::Value(3)));
-    rx.Feed(Finish());
-    ASSERT_TRUE(rx.ZModemReceive());
-    EXPECT_EQ(rx.store.files[0].data, (Bytes{1, 2, 3}));
-}
-
 // ---------------------------------------------------------------------------------------------
 
-TEST(ZModemSession, RefusedFileIsSkippedAndTheNextOneReceived)
+TEST(ZModemSession, ScriptedSessionsStoreAndAnswerAsExpected)
 {
     Encoder enc;
-    ScriptedZModem rx;
-    rx.store.accept = [](const std::string& name) { return name != "no"; };
-    rx.Feed(enc.File32("no", "3"));
-    // The sender goes on to the next file once it sees ZSKIP.
-    rx.Feed(enc.File32("yes", "2"));
-    rx.Feed(DataFrame(enc, Frames::Bin32, 0, ToBytes("ok"), 1024));
-    rx.Feed(enc.Bin32(CZModem::ZEOF, Encoder::Value(2)));
-    rx.Feed(Finish());
-    ASSERT_TRUE(rx.ZModemReceive());
-    ASSERT_EQ(rx.store.files.size(), 1u);
-    EXPECT_EQ(rx.store.files[0].name, "yes");
-    EXPECT_EQ(rx.store.files[0].data, ToBytes("ok"));
-    SentStream out(rx.sent);
-    EXPECT_EQ(out.Types(), (std::vector<int>{CZModem::ZRINIT, CZModem::ZSKIP, CZModem::ZRINIT,
-                                             CZModem::ZRPOS, CZModem::ZRINIT, CZModem::ZFIN}));
+    Encoder escaping;
+    escaping.escapeAll = true;
+    Bytes badFile = FileHeader(enc, Frames::Bin32, "x", "1");
+    badFile[badFile.size() - 3] ^= 0x04;
+    Bytes badAttention = enc.Data32(ToBytes("XYZ"), 'k');
+    badAttention[1] ^= 0x02;
+    // Stray control bytes and XOFF with parity between every byte of an escaped subpacket.
+    Bytes noisy;
+    for (auto b : escaping.Data32(Bytes{1, 2, 3}, 'h'))
+        Append(noisy, {b, 0x05, 0x93});
+    auto file = [&](const char* name, const char* info)
+    { return FileHeader(enc, Frames::Bin32, name, info); };
+    auto frame = [&](std::uint32_t at, const Bytes& data, std::size_t chunk = 1024)
+    { return DataFrame(enc, Frames::Bin32, at, data, chunk); };
+    using Z = CZModem;
+    struct Case
+    {
+        const char* what;
+        std::string name; // of the one file stored; empty for none
+        std::string data;
+        std::vector<int> replies; // header types, unchecked when empty
+        bool escape;
+        Bytes script;
+        std::vector<std::uint32_t> resendAt = {}; // ZRPOS values, unchecked when empty
+    };
+    // clang-format off
+    const Case cases[] = {
+        {"name without information is flattened", "dir_name", "", {}, false,
+         Concat({enc.Bin32(Z::ZFILE, Encoder::Flags(0)),
+                 enc.Data32(ToBytes(std::string("dir/name.", 10)), 'k'), EofFinish(enc, 0)})},
+        {"full buffer without NUL gives a bounded name", std::string(1024, 'n'), "", {}, false,
+         Concat({enc.Bin32(Z::ZFILE, Encoder::Flags(0)), enc.Data32(Bytes(1024, 'n'), 'k'),
+                 EofFinish(enc, 0)})},
+        {"damaged file header refused, the resent one taken", "x", "y",
+         {Z::ZRINIT, Z::ZNAK, Z::ZRPOS, Z::ZRINIT, Z::ZFIN}, false,
+         Concat({badFile, file("x", "1"), frame(0, ToBytes("y")), EofFinish(enc, 1)})},
+        {"data at the wrong position and a stale ZEOF are not taken", "f", "abcd", {}, false,
+         Concat({file("f", "4"), frame(2, ToBytes("zz")), enc.Bin32(Z::ZEOF, Encoder::Value(2)),
+                 frame(0, ToBytes("abcd")), EofFinish(enc, 4)})},
+        {"oversized subpacket is an error, not an overflow", "f", std::string(1025, 'q'), {}, false,
+         Concat({file("f", "1025"), frame(0, Bytes(1025, 'q'), 1025), frame(0, Bytes(1025, 'q')),
+                 EofFinish(enc, 1025)}), {0, 0}},
+        {"control characters are noise once escaping is on", "f", "\x01\x02\x03", {}, true,
+         Concat({FileHeader(escaping, Frames::Bin32, "f", "3"),
+                 escaping.Bin32(Z::ZDATA, Encoder::Value(0)), noisy, EofFinish(escaping, 3)})},
+        {"refused file is skipped and the next one received", "yes", "ok",
+         {Z::ZRINIT, Z::ZSKIP, Z::ZRINIT, Z::ZRPOS, Z::ZRINIT, Z::ZFIN}, false,
+         Concat({file("no", "3"), file("yes", "2"), frame(0, ToBytes("ok")), EofFinish(enc, 2)})},
+        {"damaged attention string refused, the old one kept", "", "",
+         {Z::ZRINIT, Z::ZNAK, Z::ZRINIT, Z::ZFIN}, false,
+         Concat({enc.Bin32(Z::ZSINIT, Encoder::Flags(0)), badAttention, Finish()})},
+    };
+    // clang-format on
+    for (const Case& c : cases)
+    {
+        SCOPED_TRACE(c.what);
+        ScriptedZModem rx(c.escape ? CZModem::ZMODEM_ESCAPE_CONTROLS : CZModem::ZMODEM_NO_FLAGS);
+        rx.store.accept = [](const std::string& name) { return name != "no"; };
+        rx.Feed(c.script);
+        ASSERT_TRUE(rx.ZModemReceive());
+        EXPECT_TRUE(rx.input.empty());
+        EXPECT_STREQ(rx.GetAttentionString(), "");
+        ASSERT_EQ(rx.store.files.size(), c.name.empty() ? 0u : 1u);
+        if (!c.name.empty())
+        {
+            EXPECT_EQ(rx.store.files[0].name, c.name);
+            EXPECT_EQ(rx.store.files[0].data, ToBytes(c.data));
+            EXPECT_TRUE(rx.store.files[0].complete);
+        }
+        if (!c.replies.empty())
+        {
+            EXPECT_EQ(SentStream(rx.sent).Types(), c.replies);
+        }
+        if (!c.resendAt.empty())
+        {
+            EXPECT_EQ(SentStream(rx.sent).Values(CZModem::ZRPOS), c.resendAt);
+        }
+    }
 }
 
 TEST(ZModemSession, FailedCloseFailsTheSessionAndNextSessionStartsWithZferr)
@@ -554,7 +486,7 @@ TEST(ZModemSession, FailedCloseFailsTheSessionAndNextSessionStartsWithZferr)
     Encoder enc;
     ScriptedZModem rx;
     rx.store.closeResult = false;
-    rx.Feed(enc.File32("a", "1"));
+    rx.Feed(FileHeader(enc, Frames::Bin32, "a", "1"));
     rx.Feed(DataFrame(enc, Frames::Bin32, 0, ToBytes("x"), 1024));
     rx.Feed(enc.Bin32(CZModem::ZEOF, Encoder::Value(1)));
     EXPECT_FALSE(rx.ZModemReceive());
@@ -587,7 +519,7 @@ TEST(ZModemSession, FileEndedEarlyIsClosedIncomplete)
                           Case{Encoder::Hex(CZModem::ZFIN, Encoder::Value(0)), false, 'h'}})
     {
         ScriptedZModem rx;
-        rx.Feed(enc.File32("a", "100"));
+        rx.Feed(FileHeader(enc, Frames::Bin32, "a", "100"));
         Bytes s = enc.Bin32(CZModem::ZDATA, Encoder::Value(0));
         Append(s, enc.Data32(ToBytes("keep"), c.end));
         rx.Feed(s);
@@ -607,13 +539,12 @@ TEST(ZModemSession, ErrorAllowanceIsTwentyAndResetByGoodData)
     {
         Encoder enc;
         ScriptedZModem rx;
-        rx.Feed(enc.File32("a", "2"));
+        rx.Feed(FileHeader(enc, Frames::Bin32, "a", "2"));
         rx.Feed(DataFrame(enc, Frames::Bin32, 0, ToBytes("a"), 1024));
         rx.FeedTimeouts(timeouts);
         rx.Feed(DataFrame(enc, Frames::Bin32, 1, ToBytes("b"), 1024));
         rx.FeedTimeouts(timeouts == 20 ? 20 : 0); // allowance renewed by the good subpacket
-        rx.Feed(enc.Bin32(CZModem::ZEOF, Encoder::Value(2)));
-        rx.Feed(Finish());
+        rx.Feed(EofFinish(enc, 2));
         const bool ok = rx.ZModemReceive();
         if (timeouts == 20)
         {

@@ -93,19 +93,6 @@ TEST_F(ZModemSz, EscapeEverythingModeFromEitherSide)
     }
 }
 
-TEST_F(ZModemSz, RefusedFileIsSkippedBySzAndTheRestArrive)
-{
-    Put("keep1", 5000);
-    Put("refuse", 50000);
-    Put("keep2", 5000);
-    ProcessZModem rx(SzCommand(m_dir.Path(), {"-q", "keep1", "refuse", "keep2"}));
-    rx.store.accept = [](const std::string& name) { return name != "refuse"; };
-    ASSERT_TRUE(rx.ZModemReceive());
-    ASSERT_EQ(rx.store.files.size(), 2u);
-    EXPECT_TRUE(rx.store.Completed("keep1") && rx.store.Completed("keep2"));
-    ExpectNoDamagedFile(rx.store);
-}
-
 TEST_F(ZModemSz, SenderEndedMidFileFailsTheSessionCleanly)
 {
     // Terminated, sz cancels; killed, it just goes silent and the allowance runs out.

@@ -66,14 +66,21 @@ public:
         return {zf3, zf2, zf1, zf0};
     }
 
+    // The CRC bytes as they follow `covered`: CRC-16 high byte first, CRC-32 low byte first.
+    static Bytes Crc(const Bytes& covered, bool crc32)
+    {
+        if (crc32)
+            return Value(Crc32(covered));
+        const std::uint16_t crc = Crc16(covered);
+        return {static_cast<std::uint8_t>(crc >> 8), static_cast<std::uint8_t>(crc)};
+    }
+
     static Bytes Hex(int type, const Bytes& header)
     {
         static const char digits[] = "0123456789abcdef";
         Bytes raw{static_cast<std::uint8_t>(type)};
         Append(raw, header);
-        const std::uint16_t crc = Crc16(raw);
-        raw.push_back(static_cast<std::uint8_t>(crc >> 8));
-        raw.push_back(static_cast<std::uint8_t>(crc));
+        Append(raw, Crc(raw, false));
         Bytes out = ToBytes("**\x18"
                             "B");
         for (auto b : raw)
@@ -88,87 +95,48 @@ public:
         return out;
     }
 
-    Bytes Escape(std::uint8_t b) const
-    {
-        const bool always =
-            b == 0x18 || b == 0x10 || b == 0x90 || b == 0x11 || b == 0x91 || b == 0x13 || b == 0x93;
-        if (always || (escapeAll && (b & 0x60) == 0))
-            return {0x18, static_cast<std::uint8_t>(b ^ 0x40)};
-        if (b == 0x7F)
-            return {0x18, 'l'};
-        if (b == 0xFF)
-            return {0x18, 'm'};
-        return {b};
-    }
-
     Bytes Escaped(const Bytes& data) const
     {
         Bytes out;
         for (auto b : data)
-            Append(out, Escape(b));
+        {
+            const bool always = b == 0x18 || b == 0x10 || b == 0x90 || b == 0x11 || b == 0x91 ||
+                                b == 0x13 || b == 0x93;
+            if (always || (escapeAll && (b & 0x60) == 0))
+                Append(out, {0x18, static_cast<std::uint8_t>(b ^ 0x40)});
+            else if (b == 0x7F || b == 0xFF)
+                Append(out, {0x18, static_cast<std::uint8_t>(b == 0x7F ? 'l' : 'm')});
+            else
+                out.push_back(b);
+        }
         return out;
     }
 
-    Bytes Bin16(int type, const Bytes& header) const
+    Bytes Bin(int type, const Bytes& header, bool crc32) const
     {
         Bytes raw{static_cast<std::uint8_t>(type)};
         Append(raw, header);
-        const std::uint16_t crc = Crc16(raw);
-        raw.push_back(static_cast<std::uint8_t>(crc >> 8));
-        raw.push_back(static_cast<std::uint8_t>(crc));
-        Bytes out = ToBytes("*\x18"
-                            "A");
+        Append(raw, Crc(raw, crc32));
+        Bytes out = ToBytes(std::string("*\x18") + (crc32 ? 'C' : 'A'));
         Append(out, Escaped(raw));
         return out;
     }
-
-    Bytes Bin32(int type, const Bytes& header) const
-    {
-        Bytes raw{static_cast<std::uint8_t>(type)};
-        Append(raw, header);
-        Append(raw, Value(Crc32(raw)));
-        Bytes out = ToBytes("*\x18"
-                            "C");
-        Append(out, Escaped(raw));
-        return out;
-    }
+    Bytes Bin16(int type, const Bytes& header) const { return Bin(type, header, false); }
+    Bytes Bin32(int type, const Bytes& header) const { return Bin(type, header, true); }
 
     // A data subpacket ending with `end` ('h' to 'k').
-    Bytes Data16(const Bytes& data, char end) const
-    {
-        Bytes covered = data;
-        covered.push_back(static_cast<std::uint8_t>(end));
-        const std::uint16_t crc = Crc16(covered);
-        Bytes out = Escaped(data);
-        out.push_back(0x18);
-        out.push_back(static_cast<std::uint8_t>(end));
-        Append(out, Escaped({static_cast<std::uint8_t>(crc >> 8), static_cast<std::uint8_t>(crc)}));
-        return out;
-    }
-
-    Bytes Data32(const Bytes& data, char end) const
+    Bytes Data(const Bytes& data, char end, bool crc32) const
     {
         Bytes covered = data;
         covered.push_back(static_cast<std::uint8_t>(end));
         Bytes out = Escaped(data);
         out.push_back(0x18);
         out.push_back(static_cast<std::uint8_t>(end));
-        Append(out, Escaped(Value(Crc32(covered))));
+        Append(out, Escaped(Crc(covered, crc32)));
         return out;
     }
-
-    // A ZFILE frame (CRC-32) with "name NUL info".
-    Bytes File32(const std::string& name, const std::string& info, std::uint8_t conversion = 0,
-                 std::uint8_t management = 0) const
-    {
-        Bytes out = Bin32(CZModem::ZFILE, Flags(conversion, management));
-        Bytes body = ToBytes(name);
-        body.push_back(0);
-        Append(body, ToBytes(info));
-        body.push_back(0);
-        Append(out, Data32(body, 'k'));
-        return out;
-    }
+    Bytes Data16(const Bytes& data, char end) const { return Data(data, end, false); }
+    Bytes Data32(const Bytes& data, char end) const { return Data(data, end, true); }
 };
 
 // A header the receiver sent.
@@ -225,13 +193,15 @@ struct SentStream
             types.push_back(h.type);
         return types;
     }
-    int Count(int type) const
+    std::vector<std::uint32_t> Values(int type) const
     {
-        int n = 0;
+        std::vector<std::uint32_t> values;
         for (auto& h : headers)
-            n += h.type == type;
-        return n;
+            if (h.type == type)
+                values.push_back(h.value);
+        return values;
     }
+    int Count(int type) const { return static_cast<int>(Values(type).size()); }
 };
 
 inline const Bytes& CancelSequence()
@@ -273,12 +243,7 @@ public:
     {
         if (!accept(name))
             return false;
-        FileRecord record;
-        record.name = name;
-        record.binary = binary;
-        record.append = append;
-        record.length = length;
-        files.push_back(record);
+        files.push_back({name, binary, append, {}, false, false, 0, 0, length});
         return true;
     }
     void Write(const unsigned char* data, unsigned long count)
@@ -338,18 +303,13 @@ public:
 
     static constexpr int TIMEOUT = -1; // a script entry that reads as one timeout
     std::deque<int> input;
-    unsigned long timeouts = 0;
-    unsigned long purges = 0;
     std::vector<unsigned long> timeoutRequests; // the timeouts asked for, in ms
 
     void Feed(const Bytes& bytes) { input.insert(input.end(), bytes.begin(), bytes.end()); }
     void FeedTimeouts(int n) { input.insert(input.end(), static_cast<std::size_t>(n), TIMEOUT); }
 
     using CZModem::GetAttentionString;
-    using CZModem::GetFileLength;
-    using CZModem::GetFileMode;
     using CZModem::GetFlags;
-    using CZModem::GetModificationTime;
 
 protected:
     bool ZReadByte(unsigned char& byte, unsigned long timeoutMs) override
@@ -359,7 +319,6 @@ protected:
             input.pop_front();
         if (next == TIMEOUT)
         {
-            ++timeouts;
             timeoutRequests.push_back(timeoutMs);
             return false;
         }
@@ -368,7 +327,7 @@ protected:
     }
     // The script stands for a sender that stops at once when asked to resend, so nothing that
     // is queued is stale.
-    void ZPurgeInput() override { ++purges; }
+    void ZPurgeInput() override {}
 };
 
 // ---------------------------------------------------------------------------------------------

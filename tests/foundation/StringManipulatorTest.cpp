@@ -16,7 +16,7 @@ TEST(StringManipulator, SplitOnDelimiterPlacesTheDelimiterByMode)
         {"a;b", SM::eDropDelimiter, 1, "a", "b"},
         {"a;b", SM::eDelimiterToHead, 1, "a;", "b"},
         {"a;b", SM::eDelimiterToTail, 1, "a", ";b"},
-        {"a,b", static_cast<SM::E_IncludeMode>(7), 0, "a", ",b"}, // any other mode acts as 2
+        {"a,b", static_cast<SM::E_IncludeMode>(3), 0, "a", ",b"}, // any other mode acts as 2
         {"abc", SM::eDropDelimiter, -1, "abc", ""},
         {"", SM::eDropDelimiter, -1, "", ""},
     };

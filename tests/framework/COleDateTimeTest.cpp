@@ -45,7 +45,8 @@ double DateOf(long long t)
     const long long days = t >= 0 ? t / 86400 : -((-t + 86399) / 86400);
     const long long secs = t - days * 86400;
     const double day = kUnixEpochDay + static_cast<double>(days);
-    return day >= 0 ? day + secs / 86400.0 : day - secs / 86400.0;
+    const double fraction = static_cast<double>(secs) / 86400.0;
+    return day >= 0 ? day + fraction : day - fraction;
 }
 
 } // namespace

@@ -139,8 +139,9 @@ TEST_F(MasterPhonebookFile, ThousandsOfEntriesSurviveExportAndImport)
         CString number;
         nick.Format("N%d", i);
         number.Format("+44 %u", static_cast<unsigned>(random() % 1000000000));
-        book.AddEntry(Cint64(random(), random()), nick, number, "Last name " + nick,
-                      Permissions(random() % 64));
+        book.AddEntry(Cint64(static_cast<unsigned>(random()), static_cast<unsigned>(random())),
+                      nick, number, "Last name " + nick,
+                      Permissions(static_cast<unsigned>(random() % 64)));
     }
     {
         CStdioFile file;

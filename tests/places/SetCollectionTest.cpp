@@ -168,7 +168,9 @@ TEST(SetCollection, DamagedFilesFailAndLeaveTheCollectionAlone)
     // Every truncation, including the empty file.
     for (size_t length = 0; length < whole.size(); ++length)
     {
-        ScratchFolder::Write(folder.File("cut.dat"), Bytes(whole.begin(), whole.begin() + length));
+        ScratchFolder::Write(
+            folder.File("cut.dat"),
+            Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length)));
         EXPECT_FALSE(collection.ReadCollection(folder.File("cut.dat").c_str())) << length;
     }
     // A count larger than the objects present.

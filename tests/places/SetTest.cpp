@@ -152,7 +152,8 @@ TEST(Set, AgreesWithAListUnderRandomEdits)
     CSet set;
     std::list<Cint64> model;
     auto cursor = model.end();
-    auto id = [&] { return Cint64(random() % 3, static_cast<unsigned>(random() % 40)); };
+    auto id = [&]
+    { return Cint64(static_cast<unsigned>(random() % 3), static_cast<unsigned>(random() % 40)); };
     for (int step = 0; step < 20000; ++step)
     {
         const Cint64 value = id();

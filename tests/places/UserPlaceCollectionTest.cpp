@@ -332,7 +332,9 @@ TEST(UserPlaceCollection, DamagedFilesFailAndLeaveTheCollectionAlone)
     const Bytes whole = PlacesFile({Busy(1), Busy(2)}, kFixedDay).Get();
     for (size_t length = 0; length < whole.size(); ++length)
     {
-        ScratchFolder::Write(folder.File("cut.dat"), Bytes(whole.begin(), whole.begin() + length));
+        ScratchFolder::Write(
+            folder.File("cut.dat"),
+            Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length)));
         EXPECT_FALSE(places.ReadCollection(folder.File("cut.dat").c_str())) << length;
         ASSERT_TRUE(unchanged()) << length;
     }

@@ -7,7 +7,7 @@ endif()
 
 set(places_cli_dir ${CMAKE_CURRENT_LIST_DIR})
 set(places_cli_compare ${PROJECT_SOURCE_DIR}/tests/positioning/compare_output.cmake)
-set(places_cli_file ${PROJECT_SOURCE_DIR}/fuzz/corpus/user_places/two-places.dat)
+set(places_cli_file ${places_cli_dir}/data/two-places.dat)
 set(places_cli_sets ${places_cli_dir}/data/two-sets.dat)
 
 function(places_cli_test name)

@@ -97,7 +97,7 @@ TEST(WardenMetrics, DistanceAndBearing)
                 111.317 / 1.609269392, 0.001);
     EXPECT_NEAR(bearing, 180.0, 1e-9);
     EXPECT_DOUBLE_EQ(
-        NW::GetDistance(0.0, 52.0, 0.0, 51.0, bearing, static_cast<NW::eDistanceCalcType>(5), true),
+        NW::GetDistance(0.0, 52.0, 0.0, 51.0, bearing, static_cast<NW::eDistanceCalcType>(3), true),
         0.0);
 
     // Away from the equator the flat earth shrinks longitude like the sphere does.

@@ -147,7 +147,8 @@ TEST(NCivilTimeTest, CenturyRuleIsLeftOutOfTheDayCount)
     for (int i = 0; i < 5000; ++i)
     {
         const std::uint32_t t =
-            kFirstOf2101 + 86400 + random() % (0xFFFFFFFFU - kFirstOf2101 - 86400);
+            kFirstOf2101 + 86400 +
+            static_cast<std::uint32_t>(random() % (0xFFFFFFFFU - kFirstOf2101 - 86400));
         ASSERT_NE(NCivilTime::ConvertToBrokenDownTime(&ts, t, 0), nullptr);
         ASSERT_EQ(NCivilTime::ConvertFromBrokenDownTime(&ts, 0), t);
     }

@@ -37,7 +37,10 @@ TEST(YearWeekPeriodTest, WeeksAreSevenDayBlocksFromNewYear)
          {Case{At(2006, 1, 1), 0}, Case{At(2006, 1, 7, 23, 59), 0}, Case{At(2006, 1, 8), 1},
           Case{At(2006, 12, 30), 51}, Case{At(2006, 12, 31, 23, 59, 59), 52},
           Case{At(2008, 12, 29), 51}, Case{At(2008, 12, 30), 52}, Case{At(2008, 12, 31), 52}})
-        EXPECT_EQ(CYearWeekPeriod(c.at), CYearWeekPeriod(c.at.GetYear(), c.week)) << c.at.m_dt;
+        EXPECT_EQ(CYearWeekPeriod(c.at),
+                  CYearWeekPeriod(static_cast<unsigned short>(c.at.GetYear()),
+                                  static_cast<unsigned short>(c.week)))
+            << c.at.m_dt;
 
     COleDateTime invalid;
     invalid.SetStatus(COleDateTime::invalid);

@@ -59,7 +59,7 @@ same([(r["time"], float(r["Y"]), float(r["X"])) for r in csv.DictReader(io.Strin
 
 # Places: a point per place, then its address and geofence circles, whose vertices lie at the
 # radius from the place.
-places_file = os.path.join(SOURCE, "fuzz/corpus/user_places/two-places.dat")
+places_file = os.path.join(SOURCE, "tests/places/data/two-places.dat")
 places = [json.loads(line) for line in run(WARDEN, "places", "--json", places_file).splitlines()]
 for fmt in ("geojson", "kml"):
     run(WARDEN, "places", places_file, "--export", fmt, "-o", f"p.{fmt}")

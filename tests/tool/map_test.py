@@ -11,7 +11,7 @@ if not (CHROMIUM and shutil.which("cs2cs")):
 work = tempfile.mkdtemp(prefix="warden-map-")
 os.chdir(work)
 LOG = os.path.join(SOURCE, "samples/drive.nmea")
-PLACES = os.path.join(SOURCE, "fuzz/corpus/user_places/two-places.dat")  # 52.2 N 0.12 W, both fences
+PLACES = os.path.join(SOURCE, "tests/places/data/two-places.dat")  # 52.2 N 0.12 W, both fences
 failures = []
 
 

@@ -236,7 +236,9 @@ std::string RenderMap(const std::vector<Track>& tracks, CUserPlaceCollection* pl
             GridPoint g;
             if (NGpsToOSGrid::ConvertGPSDegreestoNatGrid(place->GetLatitude(),
                                                          place->GetLongitude(), g.e, g.n))
-                extend(g.e, g.n, std::max(place->GetGeofenceRadius(), place->GetAddressRadius()));
+                extend(g.e, g.n,
+                       static_cast<double>(
+                           std::max(place->GetGeofenceRadius(), place->GetAddressRadius())));
         }
     }
     // A margin all round, at least a kilometre of view, and no sliver of a picture.

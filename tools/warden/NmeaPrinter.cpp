@@ -42,7 +42,8 @@ std::string Printf(char const* format, auto... args)
 {
     char buffer[128];
     int const n = std::snprintf(buffer, sizeof buffer, format, args...);
-    return n < 0 ? std::string() : std::string(buffer, std::min<std::size_t>(n, sizeof buffer - 1));
+    return n < 0 ? std::string()
+                 : std::string(buffer, std::min(static_cast<std::size_t>(n), sizeof buffer - 1));
 }
 
 std::string IsoTime(COleDateTime const& t, char separator)

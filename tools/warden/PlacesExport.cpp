@@ -70,7 +70,8 @@ void WriteGeoJson(std::ostream& out, CUserPlaceCollection& places)
         {
             Json ring = Json::array();
             for (const auto& [lat, lon] :
-                 CircleVertices(place->GetLatitude(), place->GetLongitude(), circle.radius))
+                 CircleVertices(place->GetLatitude(), place->GetLongitude(),
+                                static_cast<double>(circle.radius)))
                 ring.push_back({RoundedDegrees(lon), RoundedDegrees(lat)});
             properties["kind"] = circle.kind;
             features.push_back({{"type", "Feature"},
@@ -117,7 +118,8 @@ void WriteKml(std::ostream& out, CUserPlaceCollection& places)
                 << "</color></PolyStyle></Style>\n"
                    "  <Polygon><outerBoundaryIs><LinearRing><coordinates>";
             for (const auto& [lat, lon] :
-                 CircleVertices(place->GetLatitude(), place->GetLongitude(), circle.radius))
+                 CircleVertices(place->GetLatitude(), place->GetLongitude(),
+                                static_cast<double>(circle.radius)))
             {
                 std::snprintf(coordinates, sizeof coordinates, "%.7f,%.7f ", lon, lat);
                 out << coordinates;

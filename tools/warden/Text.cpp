@@ -104,8 +104,8 @@ CString Ansi(std::string_view utf8)
 std::size_t DisplayWidth(std::string_view utf8)
 {
     std::size_t width = 0;
-    for (unsigned char c : utf8)
-        if ((c & 0xC0) != 0x80)
+    for (char c : utf8)
+        if ((static_cast<unsigned char>(c) & 0xC0) != 0x80)
             ++width;
     return width;
 }

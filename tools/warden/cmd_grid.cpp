@@ -103,7 +103,8 @@ Point Convert(double lat, double lon, int digits)
         throw warden::Failure(Fixed(lat, 6) + ", " + Fixed(lon, 6) +
                               " is outside the National Grid");
     p.reference = p.latticeOk ? Reference(p.lE, p.lN, digits, p.noReference)
-                              : Reference(p.tE, p.tN, digits, p.noReference);
+                              : Reference(static_cast<double>(p.tE), static_cast<double>(p.tN),
+                                          digits, p.noReference);
     return p;
 }
 

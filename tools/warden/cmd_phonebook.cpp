@@ -20,11 +20,6 @@
 namespace
 {
 
-std::string Text(const CString& text)
-{
-    return std::string(text, text.GetLength());
-}
-
 void OpenForReading(CStdioFile& file, const std::string& path)
 {
     CFileException error;
@@ -112,7 +107,7 @@ void List(const std::string& path, bool json)
         {
             const CPhonebookEntryAttributes a = entry->GetAttributes();
             const warden::Json row = {
-                {"id", Text(entry->GetID().GetFormattedString())},
+                {"id", warden::Utf8(entry->GetID().GetFormattedString())},
                 {"nickname", warden::Utf8(entry->GetNick())},
                 {"last_name", warden::Utf8(entry->GetLastName())},
                 {"voice_number", warden::Utf8(entry->GetVoiceNumber())},

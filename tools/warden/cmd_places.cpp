@@ -18,11 +18,6 @@
 namespace
 {
 
-std::string Text(const CString& text)
-{
-    return std::string(text, text.GetLength());
-}
-
 // "HH:MM" of the time of day; only that part of a geofence window counts.
 std::string TimeOfDay(const COleDateTime& time)
 {
@@ -67,7 +62,7 @@ void List(const std::string& path, bool json)
         while (CUserPlace* place = places.GetNext())
         {
             const warden::Json row = {
-                {"id", Text(place->GetItemId().GetFormattedString())},
+                {"id", warden::Utf8(place->GetItemId().GetFormattedString())},
                 {"map_label", warden::Utf8(place->GetMapLabelText())},
                 {"report_label", warden::Utf8(place->GetReportLabelText())},
                 {"latitude", place->GetLatitude()},
@@ -77,7 +72,7 @@ void List(const std::string& path, bool json)
                 {"use_as_geofence", place->GetUseAsGeofence()},
                 {"address_radius", place->GetAddressRadius()},
                 {"geofence_radius", place->GetGeofenceRadius()},
-                {"geofence_type", Text(place->GetGeofenceTypeString())},
+                {"geofence_type", warden::Utf8(place->GetGeofenceTypeString())},
                 {"geofence_type_value", place->GetGeofenceEnterLeave()},
                 {"window_start", TimeOfDay(place->GetGeofenceStartTime())},
                 {"window_end", TimeOfDay(place->GetGeofenceEndTime())},

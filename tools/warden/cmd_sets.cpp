@@ -13,16 +13,11 @@
 namespace
 {
 
-std::string Text(const CString& text)
-{
-    return std::string(text, text.GetLength());
-}
-
 std::string Stamp(const COleDateTime& time)
 {
     if (time.GetStatus() != COleDateTime::valid)
         return "invalid";
-    return Text(time.Format("%Y-%m-%d %H:%M:%S"));
+    return warden::Utf8(time.Format("%Y-%m-%d %H:%M:%S"));
 }
 
 void List(const std::string& path, bool json)
@@ -41,8 +36,8 @@ void List(const std::string& path, bool json)
             warden::Json members = warden::Json::array();
             set->GotoStart();
             for (int i = set->GetNumberOfItems(); i > 0; --i)
-                members.push_back(Text(set->GetNext().GetFormattedString()));
-            const warden::Json row = {{"id", Text(set->GetSetId().GetFormattedString())},
+                members.push_back(warden::Utf8(set->GetNext().GetFormattedString()));
+            const warden::Json row = {{"id", warden::Utf8(set->GetSetId().GetFormattedString())},
                                       {"name", warden::Utf8(set->GetSetName())},
                                       {"last_updated", warden::UtcTime(set->GetLastUpdatedTime())},
                                       {"members", members}};

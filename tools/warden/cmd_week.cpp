@@ -24,7 +24,7 @@ COleDateTime ParseIsoDate(const std::string& text)
     const std::string hint = " (expected an ISO date YYYY-MM-DD or YYYY-MM-DDTHH:MM[:SS])";
     if (!std::regex_match(text, m, pattern))
         throw warden::Failure("not an ISO date: \"" + text + "\"" + hint);
-    auto field = [&](int i) { return m[i].matched ? std::stoi(m[i].str()) : 0; };
+    auto field = [&](std::size_t i) { return m[i].matched ? std::stoi(m[i].str()) : 0; };
     COleDateTime dt;
     if (dt.SetDateTime(field(1), field(2), field(3), field(4), field(5), field(6)) != 0 ||
         dt.GetStatus() != COleDateTime::valid || field(2) < 1 || field(3) < 1)
