@@ -103,7 +103,7 @@ if [r.get("type") for r in records[:2]] != ["GPRMC"] * 2 or records[-2].get("typ
 
 # The conventions the other subcommands follow: an example and the exit statuses in --help,
 # a single answer as one JSON document.
-for command in ("listen", "ports"):
+for command in ("listen", "ports", "receive"):
     text = subprocess.run([warden, command, "--help"], capture_output=True, text=True).stdout
     if "Examples:" not in text or "Exit status:" not in text or "--json" not in text:
         fail("%s --help lacks examples, exit statuses or --json" % command)
