@@ -105,6 +105,11 @@ std::string OpenFailure(int port, unsigned long code)
 
 bool FeedClock(std::string_view line)
 {
+    // Most sentences are of other types; they need no second decoding to learn that.
+    if (line.find("GPRMC") == std::string_view::npos)
+    {
+        return false;
+    }
     CNmeaSentence::E_NMEAParseResult result = CNmeaSentence::eNMEAParseOK;
     std::unique_ptr<CNmeaSentence> sentence(
         CNmeaSentence::Create(std::string(line).c_str(), result));
