@@ -7,7 +7,7 @@ set -euo pipefail
 build=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev)
 tests=(googletest libgtest-dev libgmock-dev libbenchmark-dev libboost-dev libboost-serialization-dev
        libsigc++-3.0-dev clang libclang-rt-14-dev clang-format
-       lrzsz socat python3 python3-vobject proj-bin geographiclib-tools pkgconf
+       lrzsz socat time python3 python3-vobject proj-bin geographiclib-tools pkgconf
        binutils-mingw-w64-x86-64 binutils-mingw-w64-i686
        gpsbabel gdal-bin libxml2-utils chromium
        g++-mingw-w64-x86-64-posix wine64 wine)

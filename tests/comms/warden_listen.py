@@ -2,7 +2,7 @@
 """Command-line checks of "warden listen" on pseudo-terminals: a held port is said to be in use,
 a burst into a slow pipe loses no sentence, a hang-up ends the command at once with an error,
 and --reconnect goes on when the port comes back."""
-import os, pty, subprocess, sys, tempfile, threading, time, tty
+import json, os, pty, subprocess, sys, tempfile, threading, time, tty
 
 warden = sys.argv[1]
 SENTENCE = b"$GPRMC,123519,A,4807.038,N,01131.000,E,022.4,084.4,230394,003.1,W*6A\r\n"
@@ -83,4 +83,32 @@ with tempfile.TemporaryDirectory() as work:
     os.close(master)
     if third.returncode != 0 or b"GPRMC" not in out or b"is back" not in err:
         fail("reconnect: status %d, %r" % (third.returncode, err))
+
+# Lines split across reads, a line with no line end at the hang-up, and noise longer than any
+# sentence: each arrives whole, the noise in bounded pieces, the summary counts them all.
+master, name = new_pty()
+fourth = listen(name)
+started(fourth)
+for piece in (SENTENCE[:10], SENTENCE[10:] + SENTENCE[:-2], b"\r\n" + b"x" * 2500 + b"\n",
+              SENTENCE[:-2]):
+    os.write(master, piece)
+    time.sleep(0.1)
+os.close(master)
+out, _ = fourth.communicate(timeout=10)
+records = [json.loads(line) for line in out.splitlines()]
+summary = records[-1].get("summary", {})
+if [r.get("type") for r in records[:2]] != ["GPRMC"] * 2 or records[-2].get("type") != "GPRMC" \
+        or summary.get("decoded_total") != 3 or summary.get("rejected_total") != 3:
+    fail("line assembly: %r" % out[-400:])
+
+# The conventions the other subcommands follow: an example and the exit statuses in --help,
+# a single answer as one JSON document.
+for command in ("listen", "ports", "receive"):
+    text = subprocess.run([warden, command, "--help"], capture_output=True, text=True).stdout
+    if "Examples:" not in text or "Exit status:" not in text or "--json" not in text:
+        fail("%s --help lacks examples, exit statuses or --json" % command)
+ports = subprocess.run([warden, "ports", "--first", "1", "--last", "2", "--all", "--json"],
+                       capture_output=True, text=True)
+if ports.returncode != 0 or sorted(json.loads(ports.stdout)) != ["ports", "unmapped"]:
+    fail("ports --json: %r" % ports.stdout)
 print("warden listen: all checks passed")

@@ -27,13 +27,18 @@ ls -A "$work/out" | grep -q "savetmp" && fail "temporary file left behind"
 
 # An existing file is kept and the sender told to skip it.
 echo keep > "$work/out/text.txt"
-"$warden" receive --exec 'sz -q text.txt' --dir "$work/out" >/dev/null 2>&1
+out=$("$warden" receive --exec 'sz -q text.txt' --dir "$work/out" --json 2>/dev/null)
 [ $? -eq 2 ] || fail "existing file: expected status 2"
+grep -q '^{"file":"text.txt","outcome":"skipped",.*"reason":"exists"' <<<"$out" &&
+    grep -q '^{"summary":{"received":0,.*"skipped":1,' <<<"$out" || fail "skip as JSON: $out"
 [ "$(cat "$work/out/text.txt")" = keep ] || fail "existing file replaced"
 
 # --overwrite replaces it; text mode turns CR LF into LF.
-"$warden" receive --exec 'sz -q -a text.txt' --dir "$work/out" --overwrite --quiet >/dev/null ||
+touch -d '2001-02-03 04:05:06 UTC' text.txt
+out=$("$warden" receive --exec 'sz -q -a text.txt' --dir "$work/out" --overwrite --quiet --json) ||
     fail "overwrite session"
+grep -q '"outcome":"received",.*"modified":"2001-02-03T04:05:06Z"' <<<"$out" ||
+    fail "received as JSON: $out"
 [ "$(od -An -c "$work/out/text.txt" | tr -d ' ')" = 'one\ntwo\n' ] || fail "text conversion"
 
 # A command that is no ZModem sender fails the session cleanly.

@@ -3,6 +3,7 @@
 #include "Text.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <memory>
@@ -13,6 +14,7 @@
 #include <shared/positioning/CNmeaGPLOG.h>
 #include <shared/positioning/CNmeaGPRMC.h>
 #include <shared/positioning/NWardenMetrics.h>
+#include <type_traits>
 #include <vector>
 
 namespace warden
@@ -245,46 +247,166 @@ std::string TableRow(long line, Row const& row)
     return text;
 }
 
-Json JsonRow(long line, Row const& row)
+// Writes one compact JSON object straight into a reused buffer, byte for byte what
+// nlohmann::json::dump() makes of the same object: a live port or a long log prints hundreds of
+// thousands of rows, and building a json object per row was most of the time spent.
+class JsonLine
 {
-    Json j;
-    j["line"] = line;
-    j["type"] = row.talkerType.empty() ? row.type : row.talkerType;
-    j["valid"] = row.problems.empty();
+public:
+    explicit JsonLine(std::string& buffer) : m_text(buffer) { m_text += '{'; }
+    void End() { m_text += "}\n"; }
+
+    JsonLine& Key(std::string_view key)
+    {
+        if (m_text.back() != '{')
+            m_text += ',';
+        m_text += '"';
+        m_text += key;
+        m_text += "\":";
+        return *this;
+    }
+    void Null() { m_text += "null"; }
+    void Bool(bool value) { m_text += value ? "true" : "false"; }
+    void Int(long value)
+    {
+        char digits[24];
+        auto const end = std::to_chars(digits, digits + sizeof digits, value).ptr;
+        m_text.append(digits, end);
+    }
+    void Number(double value)
+    {
+        if (!std::isfinite(value))
+            return Null();
+        // nlohmann's own shortest form, so the bytes match what dump() wrote before.
+        char digits[64];
+        auto const end = nlohmann::detail::to_chars(digits, digits + sizeof digits, value);
+        m_text.append(digits, end);
+    }
+    void String(std::string_view text)
+    {
+        m_text += '"';
+        for (char c : text)
+        {
+            auto const u = static_cast<unsigned char>(c);
+            switch (c)
+            {
+            case '"':
+                m_text += "\\\"";
+                break;
+            case '\\':
+                m_text += "\\\\";
+                break;
+            case '\b':
+                m_text += "\\b";
+                break;
+            case '\f':
+                m_text += "\\f";
+                break;
+            case '\n':
+                m_text += "\\n";
+                break;
+            case '\r':
+                m_text += "\\r";
+                break;
+            case '\t':
+                m_text += "\\t";
+                break;
+            default:
+                if (u < 0x20)
+                {
+                    char escaped[8];
+                    std::snprintf(escaped, sizeof escaped, "\\u%04x", u);
+                    m_text += escaped;
+                }
+                else
+                    m_text += c;
+            }
+        }
+        m_text += '"';
+    }
+    template <typename T> void Optional(std::optional<T> const& value)
+    {
+        if (!value)
+            Null();
+        else if constexpr (std::is_floating_point_v<T>)
+            Number(*value);
+        else
+            Int(*value);
+    }
+
+private:
+    std::string& m_text;
+};
+
+void JsonRow(long line, Row const& row, std::string& buffer)
+{
+    JsonLine j(buffer);
+    j.Key("line").Int(line);
+    j.Key("type").String(row.talkerType.empty() ? row.type : row.talkerType);
+    j.Key("valid").Bool(row.problems.empty());
     if (!row.problems.empty())
-        j["problems"] = row.problems;
-    auto optional = [](auto const& value) { return value ? Json(*value) : Json(nullptr); };
+    {
+        j.Key("problems");
+        buffer += '[';
+        for (auto const& problem : row.problems)
+        {
+            if (buffer.back() != '[')
+                buffer += ',';
+            j.String(problem);
+        }
+        buffer += ']';
+    }
+    auto letter = [&](std::optional<char> const& value)
+    {
+        if (value)
+            j.String(std::string_view(&*value, 1));
+        else
+            j.Null();
+    };
+    auto text = [&](bool present, auto make)
+    {
+        if (present)
+            j.String(make());
+        else
+            j.Null();
+    };
     if (row.type == CNmeaGPRMC::GetTypeString() || row.type == CNmeaGPLOG::GetTypeString())
-        j["time"] = row.time ? Json(IsoTime(*row.time, 'T') + "Z") : nullptr;
+        j.Key("time"), text(row.time.has_value(), [&] { return IsoTime(*row.time, 'T') + "Z"; });
     if (row.type == CNmeaGPRMC::GetTypeString())
     {
-        j["status"] = row.status ? Json(std::string(1, *row.status)) : nullptr;
-        j["lat"] = optional(row.lat);
-        j["lon"] = optional(row.lon);
-        j["lat_text"] = row.lat ? Json(Utf8(NWardenMetrics::LatitudeToString(*row.lat))) : nullptr;
-        j["lon_text"] = row.lon ? Json(Utf8(NWardenMetrics::LongitudeToString(*row.lon))) : nullptr;
-        j["speed_knots"] = optional(row.knots);
-        j["speed_kmh"] = row.knots ? Json(Rounded(Kph(*row.knots), 100)) : nullptr;
-        j["course"] = optional(row.course);
-        j["compass"] = row.course
-                           ? Json(NWardenMetrics::GetCardinalFromCourse(*row.course).GetString())
-                           : nullptr;
-        j["magnetic_variation"] = optional(row.variation);
-        j["mode"] = row.mode ? Json(std::string(1, *row.mode)) : nullptr;
+        j.Key("status"), letter(row.status);
+        j.Key("lat").Optional(row.lat);
+        j.Key("lon").Optional(row.lon);
+        j.Key("lat_text"), text(row.lat.has_value(),
+                                [&] { return Utf8(NWardenMetrics::LatitudeToString(*row.lat)); });
+        j.Key("lon_text"), text(row.lon.has_value(),
+                                [&] { return Utf8(NWardenMetrics::LongitudeToString(*row.lon)); });
+        j.Key("speed_knots").Optional(row.knots);
+        j.Key("speed_kmh")
+            .Optional(row.knots ? std::optional(Rounded(Kph(*row.knots), 100)) : std::nullopt);
+        j.Key("course").Optional(row.course);
+        j.Key("compass"),
+            text(row.course.has_value(),
+                 [&] {
+                     return std::string(
+                         NWardenMetrics::GetCardinalFromCourse(*row.course).GetString());
+                 });
+        j.Key("magnetic_variation").Optional(row.variation);
+        j.Key("mode"), letter(row.mode);
     }
     else if (row.type == CNmeaGPLOG::GetTypeString())
     {
-        j["state"] = optional(row.state);
+        j.Key("state").Optional(row.state);
     }
     else
     {
-        j["inputs"] = row.inputs ? Json(Binary(*row.inputs)) : nullptr;
-        j["outputs"] = row.outputs ? Json(Binary(*row.outputs)) : nullptr;
-        j["analog1"] = optional(row.analog1);
-        j["analog2"] = optional(row.analog2);
-        j["battery"] = optional(row.battery);
+        j.Key("inputs"), text(row.inputs.has_value(), [&] { return Binary(*row.inputs); });
+        j.Key("outputs"), text(row.outputs.has_value(), [&] { return Binary(*row.outputs); });
+        j.Key("analog1").Optional(row.analog1);
+        j.Key("analog2").Optional(row.analog2);
+        j.Key("battery").Optional(row.battery);
     }
-    return j;
+    j.End();
 }
 } // namespace
 
@@ -363,7 +485,15 @@ CNmeaSentence::E_NMEAParseResult NmeaPrinter::PrintLine(std::string_view line, s
     {
         ++m_counts.other;
         if (m_format == Format::Json)
-            out << Json{{"line", number}, {"type", talkerType}, {"other", true}}.dump() << '\n';
+        {
+            m_buffer.clear();
+            JsonLine j(m_buffer);
+            j.Key("line").Int(number);
+            j.Key("type").String(talkerType);
+            j.Key("other").Bool(true);
+            j.End();
+            out << m_buffer;
+        }
         else
             out << PadLeft(std::to_string(number), kLine) << "  " << PadRight(talkerType, kType)
                 << "  (not decoded: another type of sentence)\n";
@@ -374,12 +504,14 @@ CNmeaSentence::E_NMEAParseResult NmeaPrinter::PrintLine(std::string_view line, s
         ++m_counts.rejectionsByResult.at(static_cast<std::size_t>(result));
         if (m_format == Format::Json)
         {
-            Json j;
-            j["line"] = number;
-            j["rejected"] = ParseResultWords(result);
-            j["result"] = static_cast<int>(result);
-            j["text"] = Printable(line, 120);
-            out << j.dump() << '\n';
+            m_buffer.clear();
+            JsonLine j(m_buffer);
+            j.Key("line").Int(number);
+            j.Key("rejected").String(ParseResultWords(result));
+            j.Key("result").Int(static_cast<int>(result));
+            j.Key("text").String(Printable(line, 120));
+            j.End();
+            out << m_buffer;
         }
         else
         {
@@ -401,7 +533,11 @@ CNmeaSentence::E_NMEAParseResult NmeaPrinter::PrintLine(std::string_view line, s
     if (!row.problems.empty())
         ++m_counts.flagged;
     if (m_format == Format::Json)
-        out << JsonRow(number, row).dump() << '\n';
+    {
+        m_buffer.clear();
+        JsonRow(number, row, m_buffer);
+        out << m_buffer;
+    }
     else
         out << TableRow(number, row) << '\n';
     return result;

@@ -64,6 +64,7 @@ private:
     Format m_format;
     bool m_anyTalker = false;
     NmeaCounts m_counts;
+    std::string m_buffer; // one printed row, reused so rows cost no allocation
 };
 
 } // namespace warden

@@ -19,6 +19,7 @@
 #include <mutex>
 #include <shared/comms/CSerialPortDevice.h>
 #include <shared/positioning/CNmeaGPRMC.h>
+#include <shared/positioning/CNmeaLineAssembler.h>
 #include <shared/positioning/CNmeaSentence.h>
 #include <shared/time/CClock.h>
 #include <string>
@@ -102,10 +103,16 @@ std::string OpenFailure(int port, unsigned long code)
     }
 }
 
-bool FeedClock(std::string const& line)
+bool FeedClock(std::string_view line)
 {
+    // Most sentences are of other types; they need no second decoding to learn that.
+    if (line.find("GPRMC") == std::string_view::npos)
+    {
+        return false;
+    }
     CNmeaSentence::E_NMEAParseResult result = CNmeaSentence::eNMEAParseOK;
-    std::unique_ptr<CNmeaSentence> sentence(CNmeaSentence::Create(line.c_str(), result));
+    std::unique_ptr<CNmeaSentence> sentence(
+        CNmeaSentence::Create(std::string(line).c_str(), result));
     if (!sentence || sentence->GetType() != CNmeaSentence::eNMEA_GPRMC)
     {
         return false;
@@ -162,7 +169,8 @@ void SetupListen(CLI::App& app)
     cmd->add_option("--handshake", options->handshake, "Flow control")
         ->check(CLI::IsMember({"none", "hardware", "xonxoff", "cts"}))
         ->capture_default_str();
-    cmd->add_flag("--json", options->json, "Print one JSON object per sentence");
+    cmd->add_flag("--json", options->json,
+                  "Print one JSON object per sentence (JSON Lines) and a final summary object");
     cmd->add_option("--seconds", options->seconds, "Stop after this many seconds");
     cmd->add_option("--count", options->count, "Stop after this many sentences");
     cmd->add_flag("--no-clock", options->noClock,
@@ -170,6 +178,12 @@ void SetupListen(CLI::App& app)
     cmd->add_flag("--strict", options->strict, "Exit with status 2 when any line was rejected");
     cmd->add_flag("--reconnect", options->reconnect,
                   "When the line hangs up, wait for the port to come back and go on");
+    warden::Help(cmd,
+                 {"warden listen --port 1 --baud 9600",
+                  "warden listen --device /dev/ttyUSB0 --json",
+                  "warden listen --port 3 --seconds 60 --strict --no-clock"},
+                 "1 the port cannot be opened or hung up (without --reconnect); 2 with --strict, "
+                 "some lines were rejected");
     (void)portOption;
     (void)deviceOption;
     cmd->callback(
@@ -232,29 +246,26 @@ void SetupListen(CLI::App& app)
             printer.PrintHeader(std::cout);
             auto const start = std::chrono::steady_clock::now();
             // Sentences are short; a line that grows past this is noise and is cut.
-            constexpr std::size_t kLongestLine = 1024;
-            std::string line;
+            CNmeaLineAssembler lines(1024);
             long sentences = 0;
             long clockUpdates = 0;
             bool lost = false;
-            unsigned char block[4096];
-            auto finishLine = [&]
+            char block[4096];
+            auto more = [&] { return options->count == 0 || sentences < options->count; };
+            auto print = [&](std::string_view line)
             {
-                if (!line.empty() && line.back() == '\r')
+                if (line.find_first_not_of(" \t") == std::string_view::npos)
                 {
-                    line.pop_back();
+                    return;
                 }
-                if (line.find_first_not_of(" \t") != std::string::npos)
+                printer.PrintLine(line, std::cout);
+                ++sentences;
+                if (!options->noClock && FeedClock(line))
                 {
-                    printer.PrintLine(line, std::cout);
-                    ++sentences;
-                    if (!options->noClock && FeedClock(line))
-                    {
-                        ++clockUpdates;
-                    }
+                    ++clockUpdates;
                 }
-                line.clear();
             };
+            std::string_view line;
             while (!g_interrupted)
             {
                 if (options->seconds > 0 &&
@@ -263,7 +274,7 @@ void SetupListen(CLI::App& app)
                 {
                     break;
                 }
-                if (options->count > 0 && sentences >= options->count)
+                if (!more())
                 {
                     break;
                 }
@@ -274,19 +285,10 @@ void SetupListen(CLI::App& app)
                     // Caught up with the device: show what has been printed so far.
                     std::cout.flush();
                 }
-                for (unsigned long i = 0;
-                     i < n && (options->count == 0 || sentences < options->count); ++i)
+                lines.Append(block, n);
+                while (more() && lines.NextLine(line))
                 {
-                    unsigned char const byte = block[i];
-                    if (byte == '\n' || line.size() >= kLongestLine)
-                    {
-                        finishLine();
-                        if (byte == '\n')
-                        {
-                            continue;
-                        }
-                    }
-                    line += static_cast<char>(byte);
+                    print(line);
                 }
                 if (n == 0 && device.IsLineLost() && device.GetBytesReady() == 0)
                 {
@@ -307,9 +309,9 @@ void SetupListen(CLI::App& app)
                     }
                 }
             }
-            if (!line.empty() && (options->count == 0 || sentences < options->count))
+            if (more() && lines.Finish(line))
             {
-                finishLine();
+                print(line);
             }
             std::signal(SIGINT, previous);
             std::signal(SIGTERM, previousTerm);

@@ -2,10 +2,10 @@
 // stands for and whether it could be opened now.
 
 #include "Command.h"
+#include "Json.h"
 
 #include <iomanip>
 #include <iostream>
-#include <nlohmann/json.hpp>
 #include <shared/comms/CSerialPortList.h>
 #include <string>
 #include <vector>
@@ -13,7 +13,7 @@
 namespace
 {
 
-using Json = nlohmann::ordered_json;
+using warden::Json;
 
 char const* StatusWords(CSerialPortDevice::EPort status)
 {
@@ -47,9 +47,11 @@ void SetupPorts(CLI::App& app)
     cmd->add_option("--last", options->last, "Last COM number to check")
         ->check(CLI::Range(1, 9999));
     cmd->add_flag("--all", options->all, "Also list ports whose device is not present");
-    cmd->add_flag("--json", options->json, "Print a JSON array instead of the table");
+    cmd->add_flag("--json", options->json, "Print one JSON document instead of the table");
     cmd->footer("COM n opens /dev/ttyS<n-1> unless the environment variable SHARED_COM<n> names "
                 "another device (e.g. SHARED_COM3=/dev/ttyUSB0).");
+    warden::Help(cmd, {"warden ports", "warden ports --first 1 --last 8 --all --json"},
+                 "1 --last is below --first");
     cmd->callback(
         [options]
         {
@@ -84,7 +86,7 @@ void SetupPorts(CLI::App& app)
             std::vector<std::string> const others = CSerialPortList::Unmapped(entries);
             if (options->json)
             {
-                std::cout << Json{{"ports", rows}, {"unmapped", others}}.dump(2) << '\n';
+                warden::PrintDocument(Json{{"ports", rows}, {"unmapped", others}});
                 return;
             }
             for (std::string const& device : others)

@@ -8,6 +8,7 @@
 // with its standard input and output as the line (e.g. --exec 'sz -q report.log').
 
 #include "Command.h"
+#include "Json.h"
 
 #include <algorithm>
 #include <atomic>
@@ -16,6 +17,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <iostream>
 #include <map>
@@ -186,9 +188,9 @@ std::string HumanRate(double bytesPerSecond)
 class WardenZModem : public CZModem
 {
 public:
-    WardenZModem(Line& line, const std::string& directory, bool overwrite, bool quiet,
+    WardenZModem(Line& line, const std::string& directory, bool overwrite, bool quiet, bool json,
                  E_ZMODEM_FLAGS flags)
-        : CZModem(flags), m_line(line), m_store(directory, overwrite), m_quiet(quiet),
+        : CZModem(flags), m_line(line), m_store(directory, overwrite), m_quiet(quiet), m_json(json),
           m_terminal(::isatty(STDERR_FILENO) == 1)
     {
     }
@@ -206,6 +208,7 @@ protected:
             ++totals.skipped;
             Finish("skipped, " + (why == "exists" ? "exists (use --overwrite to replace it)" : why),
                    false);
+            Record("skipped", why, 0);
             return false;
         }
         m_start = Clock::now();
@@ -229,6 +232,7 @@ protected:
             m_store.Abandon();
             ++totals.failed;
             Finish("incomplete, not kept", true);
+            Record("failed", "incomplete", 0);
             return true;
         }
         Progress(true);
@@ -236,11 +240,13 @@ protected:
         {
             ++totals.failed;
             Finish("cannot be stored: " + m_store.GetReason(), true);
+            Record("failed", m_store.GetReason(), 0);
             return false;
         }
         ++totals.received;
         totals.bytes += m_store.GetBytesReceived();
         Finish("received", true);
+        Record("received", "", modificationTime);
         return true;
     }
 
@@ -289,9 +295,34 @@ private:
         std::cerr << '\n';
     }
 
+    // One JSON Lines record per file on standard output, so a script sees each file as it lands.
+    void Record(const char* outcome, const std::string& reason, unsigned long modificationTime)
+    {
+        if (!m_json)
+            return;
+        warden::Json record{
+            {"file", m_name}, {"outcome", outcome}, {"bytes", m_store.GetBytesReceived()}};
+        if (!reason.empty())
+            record["reason"] = reason;
+        // The sender gives the time in seconds since 1970 UTC; 0 when it has none.
+        record["modified"] = nullptr;
+        if (modificationTime != 0)
+        {
+            const std::time_t seconds = static_cast<std::time_t>(modificationTime);
+            std::tm utc{};
+            char text[32];
+            if (gmtime_r(&seconds, &utc) != nullptr &&
+                std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &utc) > 0)
+                record["modified"] = text;
+        }
+        warden::PrintRecord(record, std::cout);
+        std::cout.flush();
+    }
+
     Line& m_line;
     CZModemFileStore m_store;
     bool m_quiet;
+    bool m_json;
     bool m_terminal; // the progress line is redrawn in place only on a terminal
     std::string m_name;
     Clock::time_point m_start{};
@@ -309,6 +340,7 @@ struct Options
     bool overwrite = false;
     bool quiet = false;
     bool escapeControls = false;
+    bool json = false;
     unsigned long baud = 115200;
     unsigned dataBits = 8;
     std::string parity = "none";
@@ -378,7 +410,7 @@ void RunReceive(const Options& options)
     const auto previousInt = std::signal(SIGINT, OnReceiveInterrupt);
     const auto previousTerm = std::signal(SIGTERM, OnReceiveInterrupt);
 
-    WardenZModem receiver(*line, options.dir, options.overwrite, options.quiet,
+    WardenZModem receiver(*line, options.dir, options.overwrite, options.quiet, options.json,
                           options.escapeControls ? CZModem::ZMODEM_ESCAPE_CONTROLS
                                                  : CZModem::ZMODEM_NO_FLAGS);
     const auto start = Clock::now();
@@ -394,16 +426,31 @@ void RunReceive(const Options& options)
         device->Close();
 
     const Totals& t = receiver.totals;
-    std::cout << t.received << " file(s) received, " << t.bytes << " bytes in " << std::fixed;
-    std::cout.precision(1);
-    std::cout << seconds << " s";
-    if (seconds > 0 && t.bytes > 0)
-        std::cout << " (" << HumanRate(static_cast<double>(t.bytes) / seconds) << ")";
-    if (t.skipped > 0)
-        std::cout << ", " << t.skipped << " skipped";
-    if (t.failed > 0)
-        std::cout << ", " << t.failed << " failed";
-    std::cout << '\n';
+    if (options.json)
+    {
+        warden::PrintRecord(
+            {{"summary",
+              {{"received", t.received},
+               {"bytes", t.bytes},
+               {"seconds", static_cast<double>(static_cast<long long>(seconds * 1000.0)) / 1000.0},
+               {"skipped", t.skipped},
+               {"failed", t.failed},
+               {"ok", ok}}}},
+            std::cout);
+    }
+    else
+    {
+        std::cout << t.received << " file(s) received, " << t.bytes << " bytes in " << std::fixed;
+        std::cout.precision(1);
+        std::cout << seconds << " s";
+        if (seconds > 0 && t.bytes > 0)
+            std::cout << " (" << HumanRate(static_cast<double>(t.bytes) / seconds) << ")";
+        if (t.skipped > 0)
+            std::cout << ", " << t.skipped << " skipped";
+        if (t.failed > 0)
+            std::cout << ", " << t.failed << " failed";
+        std::cout << '\n';
+    }
 
     if (!ok && portLine != nullptr && portLine->IsHungUp())
         throw warden::Failure("transfer failed; the line was hung up");
@@ -446,8 +493,12 @@ void SetupReceive(CLI::App& app)
     cmd->add_option("--handshake", options->handshake, "Flow control")
         ->check(CLI::IsMember({"none", "hardware", "xonxoff", "cts"}))
         ->capture_default_str();
-    cmd->footer("Exit status: 0 all files received, 1 the session failed, 2 some files were "
-                "skipped or not kept.");
+    cmd->add_flag("--json", options->json,
+                  "Print one JSON object per file (JSON Lines) and a final summary object");
+    warden::Help(cmd,
+                 {"warden receive --port 1 --dir incoming", "warden receive --exec 'sz -q log.txt'",
+                  "warden receive --device /dev/ttyUSB0 --baud 9600 --json --quiet"},
+                 "1 the session failed; 2 some files were skipped or not kept");
     cmd->callback([options] { RunReceive(*options); });
 }
 
