@@ -32,6 +32,9 @@ places_cli_test(places_missing ARGS "places|${places_cli_dir}/data/no-such.dat" 
                 STDERR_MATCH "^warden: cannot open .*no-such.dat\n$")
 places_cli_test(places_foreign ARGS "places|${places_cli_sets}" EXIT 1
                 STDERR_MATCH "^warden: .*two-sets.dat is not a user-places file \\(.*\\)\n$")
+# Sixteen bytes of noise that the library's bare-body reading takes for an empty collection.
+places_cli_test(places_noise ARGS "places|${places_cli_dir}/data/noise.bin" EXIT 1
+                STDERR_MATCH "^warden: .*noise.bin is not a user-places file \\(no place and no collection header\\)\n$")
 places_cli_test(sets_json ARGS "sets|--json|${places_cli_sets}" EXPECTED sets_json.expected)
 places_cli_test(sets_foreign ARGS "sets|${places_cli_file}" EXIT 1
                 STDERR_MATCH "^warden: .*two-places.dat is not a set-collection file, or it is damaged\n$")

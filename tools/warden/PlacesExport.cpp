@@ -14,6 +14,7 @@
 #include <shared/places/CUserPlaceCollection.h>
 #include <shared/platform/HostHooks.h>
 #include <string>
+#include <string_view>
 
 namespace warden
 {
@@ -153,6 +154,24 @@ std::vector<std::pair<double, double>> CircleVertices(double latitude, double lo
     return vertices;
 }
 
+namespace
+{
+// An archive of the collection object opens with the new-class tag, its schema and its name.
+bool StartsWithCollectionHeader(const std::string& path)
+{
+    static constexpr char kName[] = "CUserPlaceCollection";
+    char head[6 + sizeof kName - 1] = {};
+    std::FILE* file = std::fopen(path.c_str(), "rb");
+    if (file == nullptr)
+        return false;
+    const std::size_t got = std::fread(head, 1, sizeof head, file);
+    std::fclose(file);
+    return got == sizeof head && static_cast<unsigned char>(head[0]) == 0xFF &&
+           static_cast<unsigned char>(head[1]) == 0xFF && head[4] == sizeof kName - 1 &&
+           head[5] == 0 && std::string_view(head + 6, sizeof kName - 1) == kName;
+}
+} // namespace
+
 // Reads the file without leaving an application log behind; the reason of a failure (the text
 // the library would show in a message box) becomes the error message.
 void LoadUserPlaces(CUserPlaceCollection& places, const std::string& path)
@@ -172,6 +191,10 @@ void LoadUserPlaces(CUserPlaceCollection& places, const std::string& path)
     if (!read)
         throw Failure(path + " is not a user-places file" +
                       (reason.empty() ? std::string() : " (" + reason + ")"));
+    // The library also accepts a bare collection body, and a few bytes of anything can pass for
+    // an empty one; an empty collection that a program saved carries the class header.
+    if (places.GetNumberInCollection() == 0 && !StartsWithCollectionHeader(path))
+        throw Failure(path + " is not a user-places file (no place and no collection header)");
 }
 
 void WritePlaces(std::ostream& out, CUserPlaceCollection& places, PlacesFormat format)
