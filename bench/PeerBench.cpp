@@ -158,7 +158,7 @@ void CompareSets(int rounds)
             CSet set;
             PeerSet other;
             set.SetSetId(Cint64(2, static_cast<unsigned>(s + 1)));
-            other.id = set.GetSetId().GetNumber();
+            other.id = static_cast<std::uint64_t>(set.GetSetId().GetNumber());
             CString name;
             name.Format("Set %d", s);
             set.SetSetName(name);
@@ -238,7 +238,7 @@ void ComparePlaces(int rounds)
             place.SetItemId(id);
             places.AddUserPlace(id, place);
             PeerPlace other;
-            other.id = id.GetNumber();
+            other.id = static_cast<std::uint64_t>(id.GetNumber());
             other.idText = id.GetFormattedString().GetString();
             other.company = "n/a";
             other.mapLabel = label.GetString();
@@ -370,7 +370,8 @@ void CompareRmc(int rounds)
             for (int i = 0; i < kSentences; ++i)
             {
                 CNmeaSentence::E_NMEAParseResult result;
-                CNmeaSentence* sentence = CNmeaSentence::Create(lines[i % 16].c_str(), result);
+                CNmeaSentence* sentence =
+                    CNmeaSentence::Create(lines[static_cast<std::size_t>(i % 16)].c_str(), result);
                 double latitude = 0.0;
                 static_cast<CNmeaGPRMC*>(sentence)->GetLatitude(latitude);
                 sink += latitude;
@@ -382,7 +383,7 @@ void CompareRmc(int rounds)
             for (int i = 0; i < kSentences; ++i)
             {
                 PlainRmc rmc;
-                if (PlainParseRmc(lines[i % 16].c_str(), rmc))
+                if (PlainParseRmc(lines[static_cast<std::size_t>(i % 16)].c_str(), rmc))
                     sink += rmc.latitude;
             }
         });
