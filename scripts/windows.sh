@@ -3,8 +3,7 @@
 # tests under Wine.
 #   scripts/windows.sh                  build everything and test (Release, no benchmarks)
 #   scripts/windows.sh --no-test        build only
-#   scripts/windows.sh --backends-only  only the Wine tests of the Windows backends (test_windows),
-#                                       for as long as not every folder builds for Windows yet
+#   scripts/windows.sh --backends-only  only the Wine tests of the Windows backends (test_windows)
 # Output: build/windows/bin (Shared.dll, warden.exe, tests), build/windows/install (the package).
 set -euo pipefail
 cd "$(dirname "$0")/.."
