@@ -27,19 +27,17 @@ endfunction()
 
 # Test sources left out of the Windows build, each for a stated reason:
 # - the file-backed registry is POSIX-only; the Windows registry is tested in tests/windows;
-# - the others set up their cases with POSIX calls that MinGW lacks (mkdtemp, setenv for TZ,
-#   gmtime_r/localtime_r/timegm, fork and waitpid, getpwuid); the code under test is portable
-#   and runs under them on Linux.
+# - the others test with POSIX means MinGW lacks (fork and waitpid, getpwuid, tm_gmtoff, zone
+#   changes through TZ, std::filesystem paths taken as narrow strings); the code under test is
+#   portable and runs under them on Linux.
 set(SHARED_POSIX_ONLY_TESTS
     platform/RegistryStoreTest.cpp
     platform/FileSystemTest.cpp
     platform/SystemTimeTest.cpp
     platform/TimeZoneRulesTest.cpp
     platform/UserNameTest.cpp
-    framework/COleDateTimeTest.cpp
-    framework/CStringSerializeTest.cpp
     framework/FileTest.cpp
-    archive/ArchiveDateTest.cpp)
+    foundation/CLogTest.cpp)
 
 function(shared_windows_test_sources sources_var folder)
     if(NOT WIN32)

@@ -215,21 +215,11 @@ FileError SetModificationTime(FileHandle handle, std::int64_t utcSeconds)
 
 const FileSystemCalls& GetRealFileSystemCalls()
 {
-    static const FileSystemCalls real{.open = Open,
-                                      .read = Read,
-                                      .write = Write,
-                                      .seek = Seek,
-                                      .getSize = GetSize,
-                                      .setSize = SetSize,
-                                      .sync = Sync,
-                                      .close = Close,
-                                      .rename = Rename,
-                                      .renameNoReplace = RenameNoReplace,
-                                      .remove = Remove,
-                                      .syncFolder = SyncFolder,
-                                      .listFolder = ListFolder,
-                                      .setPermissions = SetPermissions,
-                                      .setModificationTime = SetModificationTime};
+    // In the order of the table's declaration.
+    static const FileSystemCalls real{
+        Open,    Read,       Write,      Seek,           GetSize,
+        SetSize, Sync,       Close,      Rename,         RenameNoReplace,
+        Remove,  SyncFolder, ListFolder, SetPermissions, SetModificationTime};
     return real;
 }
 

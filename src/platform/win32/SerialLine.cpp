@@ -82,6 +82,17 @@ void CSerialLine::PortDeleter::operator()(Port* port) const
     delete port;
 }
 
+namespace
+{
+
+unsigned long ReadState(HANDLE port, DCB& dcb)
+{
+    dcb.DCBlength = sizeof dcb;
+    return ::GetCommState(port, &dcb) ? 0 : ::GetLastError();
+}
+
+} // namespace
+
 CSerialLine::~CSerialLine()
 {
     Close();
@@ -125,9 +136,8 @@ unsigned long CSerialLine::GetSettings(SerialLineSettings& settings) const
     if (!m_port)
         return winerror::kInvalidHandle;
     DCB dcb{};
-    dcb.DCBlength = sizeof dcb;
-    if (!::GetCommState(m_port->handle, &dcb))
-        return ::GetLastError();
+    if (unsigned long const error = ReadState(m_port->handle, dcb); error != 0)
+        return error;
     settings.baudRate = dcb.BaudRate;
     settings.dataBits = dcb.ByteSize;
     settings.parity = dcb.Parity;
@@ -143,9 +153,8 @@ unsigned long CSerialLine::SetSettings(SerialLineSettings const& settings)
     if (!m_port)
         return winerror::kInvalidHandle;
     DCB dcb{};
-    dcb.DCBlength = sizeof dcb;
-    if (!::GetCommState(m_port->handle, &dcb))
-        return ::GetLastError();
+    if (unsigned long const error = ReadState(m_port->handle, dcb); error != 0)
+        return error;
     dcb.fBinary = TRUE;
     dcb.BaudRate = settings.baudRate;
     dcb.ByteSize = static_cast<BYTE>(settings.dataBits);
@@ -163,9 +172,8 @@ unsigned long CSerialLine::SetFlowControl(bool ctsFlow, bool xonXoff)
     if (!m_port)
         return winerror::kInvalidHandle;
     DCB dcb{};
-    dcb.DCBlength = sizeof dcb;
-    if (!::GetCommState(m_port->handle, &dcb))
-        return ::GetLastError();
+    if (unsigned long const error = ReadState(m_port->handle, dcb); error != 0)
+        return error;
     dcb.fOutxCtsFlow = ctsFlow ? TRUE : FALSE;
     dcb.fRtsControl = ctsFlow ? RTS_CONTROL_HANDSHAKE : RTS_CONTROL_DISABLE;
     dcb.fOutX = dcb.fInX = xonXoff ? TRUE : FALSE;
