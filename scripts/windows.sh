@@ -24,7 +24,7 @@ if [ ! -f "$gtest/lib/cmake/GTest/GTestConfig.cmake" ]; then
 fi
 
 cmake -S . -B $build -G Ninja -DCMAKE_TOOLCHAIN_FILE="$toolchain" -DCMAKE_BUILD_TYPE=Release \
-    -DSHARED_BUILD_BENCH=OFF -DGTest_DIR="$gtest/lib/cmake/GTest" \
+    -DSHARED_BUILD_BENCH=OFF -DSHARED_WERROR=ON -DGTest_DIR="$gtest/lib/cmake/GTest" \
     -DCMAKE_INSTALL_PREFIX="$root/$build/install" >/dev/null
 mode=${1:-}
 if [ "$mode" = "--backends-only" ]; then
