@@ -56,6 +56,9 @@ set(SHARED_WINDOWS_EXCLUDED_CASES_time
 set(SHARED_WINDOWS_EXCLUDED_CASES_framework
     "CStringTest.FormatFitsSizePrefixesToTheArgumentsPassed:COleDateTimeTest.PartsRoundTripAgainstTheCLibraryCalendar")
 set(SHARED_WINDOWS_EXCLUDED_CASES_foundation "RegistryFuncsTest.WriteFailuresReturnFalse")
+# Hangs now and then under Wine (about one run in three), never on Linux; left out until it is
+# known whether Wine's or the library's locking is at fault.
+set(SHARED_WINDOWS_EXCLUDED_CASES_comms "SigSlot.ConcurrentWiringEmissionAndDestructionStayConsistent")
 
 
 function(shared_windows_test_sources sources_var folder)
