@@ -3,8 +3,7 @@
 # tests under Wine.
 #   scripts/windows.sh                  build everything and test (Release, no benchmarks)
 #   scripts/windows.sh --no-test        build only
-#   scripts/windows.sh --backends-only  only the Wine tests of the Windows backends (test_windows),
-#                                       for as long as not every folder builds for Windows yet
+#   scripts/windows.sh --backends-only  only the Wine tests of the Windows backends (test_windows)
 # Output: build/windows/bin (Shared.dll, warden.exe, tests), build/windows/install (the package).
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -25,7 +24,7 @@ if [ ! -f "$gtest/lib/cmake/GTest/GTestConfig.cmake" ]; then
 fi
 
 cmake -S . -B $build -G Ninja -DCMAKE_TOOLCHAIN_FILE="$toolchain" -DCMAKE_BUILD_TYPE=Release \
-    -DSHARED_BUILD_BENCH=OFF -DGTest_DIR="$gtest/lib/cmake/GTest" \
+    -DSHARED_BUILD_BENCH=OFF -DSHARED_WERROR=ON -DGTest_DIR="$gtest/lib/cmake/GTest" \
     -DCMAKE_INSTALL_PREFIX="$root/$build/install" >/dev/null
 mode=${1:-}
 if [ "$mode" = "--backends-only" ]; then

@@ -175,7 +175,7 @@ bool CZModemFileStore::Create(const char* name, bool binary, bool append)
     }
     auto file = std::make_unique<CFile>();
     CFileException error;
-    if (!file->Open(temporary.c_str(),
+    if (!file->Open(temporary.string().c_str(),
                     CFile::modeCreate | CFile::modeNoTruncate | CFile::modeWrite |
                         CFile::typeBinary,
                     &error))

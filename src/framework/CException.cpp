@@ -167,7 +167,9 @@ int PASCAL CFileException::ErrnoToException(int nErrno)
     case EIO:
         return hardIO;
     case ENOSPC:
+#ifdef EDQUOT
     case EDQUOT:
+#endif
     case EFBIG:
         return diskFull;
     default:

@@ -5,7 +5,9 @@
 #include <mutex>
 #include <shared/platform/SerialPortPath.h>
 
-extern char** environ;
+#ifndef _WIN32
+extern char** environ; // declared by no standard header
+#endif
 
 namespace shared::platform
 {
@@ -31,7 +33,11 @@ std::string SerialPortEnvironmentName(int port)
 
 std::string DefaultSerialPortDevicePath(int port)
 {
+#ifdef _WIN32
+    return port < 1 ? std::string() : "\\\\.\\COM" + std::to_string(port);
+#else
     return port < 1 ? std::string() : "/dev/ttyS" + std::to_string(port - 1);
+#endif
 }
 
 std::string SerialPortDevicePath(int port)

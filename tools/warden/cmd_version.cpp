@@ -33,7 +33,11 @@ std::string Hex8(std::uint32_t value)
 // looked for, so that "no version resource" always means the file was read.
 void CheckReadable(const std::string& path)
 {
+#ifdef _WIN32
+    const int fd = ::open(path.c_str(), O_RDONLY);
+#else
     const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+#endif
     if (fd < 0)
         throw warden::Failure("cannot open " + path + ": " + std::strerror(errno));
     ::close(fd);

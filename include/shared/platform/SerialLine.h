@@ -13,6 +13,7 @@
 //     CTS, DSR, DCD and ring change. Pseudo-terminals keep none, have no modem lines and never
 //     see line errors or breaks.
 
+#include <memory>
 #include <shared/platform/Export.h>
 #include <shared/platform/WakeDescriptor.h>
 #include <string>
@@ -88,8 +89,21 @@ public:
     // EIO); 5: the device is held by someone else or may not be opened; 1: not a terminal.
     unsigned long Open(std::string const& path, bool markExclusive);
     void Close();
-    bool IsOpen() const { return m_fd >= 0; }
-    int GetDescriptor() const { return m_fd; }
+#ifdef _WIN32
+    bool IsOpen() const
+    {
+        return m_port != nullptr;
+    }
+#else
+    bool IsOpen() const
+    {
+        return m_fd >= 0;
+    }
+    int GetDescriptor() const
+    {
+        return m_fd;
+    }
+#endif
 
     unsigned long GetSettings(SerialLineSettings& settings) const;
     // Raw mode (no echo, no translation, no signals), receiver on, modem control lines not
@@ -129,8 +143,18 @@ public:
                        unsigned& events);
 
 private:
+#ifdef _WIN32
+    // The overlapped handle with the event waits and writes that outlive one call.
+    struct Port;
+    struct PortDeleter
+    {
+        void operator()(Port* port) const;
+    };
+    std::unique_ptr<Port, PortDeleter> m_port;
+#else
     int m_fd = -1;
     bool m_bMarkedExclusive = false;
+#endif
     CSerialMarkDecoder m_marks;
 };
 
