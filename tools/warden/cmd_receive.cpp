@@ -26,6 +26,7 @@
 #include <shared/comms/CZModem.h>
 #include <shared/comms/CZModemFileStore.h>
 #include <shared/platform/ChildProcess.h>
+#include <shared/time/CClock.h>
 #include <string>
 #include <unistd.h>
 
@@ -66,8 +67,9 @@ protected:
         {
             if (g_interrupted)
                 return 0;
-            const long left =
-                std::chrono::duration_cast<std::chrono::milliseconds>(limit - Clock::now()).count();
+            const long left = static_cast<long>(
+                std::chrono::duration_cast<std::chrono::milliseconds>(limit - Clock::now())
+                    .count());
             const long n =
                 attempt(static_cast<unsigned long>(std::clamp<long>(left, 0, WAIT_SLICE_MS)));
             if (n != 0 || left <= WAIT_SLICE_MS)
@@ -308,12 +310,8 @@ private:
         record["modified"] = nullptr;
         if (modificationTime != 0)
         {
-            const std::time_t seconds = static_cast<std::time_t>(modificationTime);
-            std::tm utc{};
-            char text[32];
-            if (gmtime_r(&seconds, &utc) != nullptr &&
-                std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &utc) > 0)
-                record["modified"] = text;
+            record["modified"] = warden::UtcTimeText(
+                CClock::ConvertDWORD2COleDateTime(static_cast<unsigned long>(modificationTime)));
         }
         warden::PrintRecord(record, std::cout);
         std::cout.flush();
