@@ -16,48 +16,50 @@ std::uint32_t Word(unsigned long v)
 {
     return static_cast<std::uint32_t>(v & 0xFFFFFFFFul);
 }
+
+// The block and key as 32-bit words: the interface passes unsigned long, 64 bits on Linux.
+struct TeaState
+{
+    std::uint32_t y, z, k0, k1, k2, k3;
+
+    TeaState(unsigned long const* in, unsigned long const* key)
+        : y(Word(in[0])), z(Word(in[1])), k0(Word(key[0])), k1(Word(key[1])), k2(Word(key[2])),
+          k3(Word(key[3]))
+    {
+    }
+};
 } // namespace
 
 void TEAencipher(unsigned long const* in, unsigned long* out, unsigned long const* key)
 {
     if (in == nullptr || out == nullptr || key == nullptr)
         return;
-    std::uint32_t y = Word(in[0]);
-    std::uint32_t z = Word(in[1]);
-    std::uint32_t const k0 = Word(key[0]);
-    std::uint32_t const k1 = Word(key[1]);
-    std::uint32_t const k2 = Word(key[2]);
-    std::uint32_t const k3 = Word(key[3]);
+    TeaState t(in, key);
     std::uint32_t sum = 0;
     for (int r = 0; r < kTeaRounds; ++r)
     {
         sum += kTeaDelta;
-        y += ((z << 4) + k0) ^ (z + sum) ^ ((z >> 5) + k1);
-        z += ((y << 4) + k2) ^ (y + sum) ^ ((y >> 5) + k3);
+        t.y += ((t.z << 4) + t.k0) ^ (t.z + sum) ^ ((t.z >> 5) + t.k1);
+        t.z += ((t.y << 4) + t.k2) ^ (t.y + sum) ^ ((t.y >> 5) + t.k3);
     }
-    out[0] = y;
-    out[1] = z;
+    out[0] = t.y;
+    out[1] = t.z;
 }
 
 void TEAdecipher(unsigned long const* in, unsigned long* out, unsigned long const* key)
 {
     if (in == nullptr || out == nullptr || key == nullptr)
         return;
-    std::uint32_t y = Word(in[0]);
-    std::uint32_t z = Word(in[1]);
-    std::uint32_t const k0 = Word(key[0]);
-    std::uint32_t const k1 = Word(key[1]);
-    std::uint32_t const k2 = Word(key[2]);
-    std::uint32_t const k3 = Word(key[3]);
+    TeaState t(in, key);
     std::uint32_t sum = kTeaDecipherSum;
     for (int r = 0; r < kTeaRounds; ++r)
     {
-        z -= ((y << 4) + k2) ^ (y + sum) ^ ((y >> 5) + k3);
-        y -= ((z << 4) + k0) ^ (z + sum) ^ ((z >> 5) + k1);
+        t.z -= ((t.y << 4) + t.k2) ^ (t.y + sum) ^ ((t.y >> 5) + t.k3);
+        t.y -= ((t.z << 4) + t.k0) ^ (t.z + sum) ^ ((t.z >> 5) + t.k1);
         sum -= kTeaDelta;
     }
-    out[0] = y;
-    out[1] = z;
+    out[0] = t.y;
+    out[1] = t.z;
 }
 
 namespace
