@@ -32,7 +32,11 @@ for folder in comms time positioning; do
 done
 if [ ${#threaded[@]} -gt 0 ]; then
     cmake --build build/tsan -j"$jobs" --target "${threaded[@]}"
-    TSAN_OPTIONS=halt_on_error=1 ctest --test-dir build/tsan -j"$jobs" --output-on-failure
+    # The noisy-line transfers against a real sz test recovery within a time-based error
+    # allowance, not threading; under the thread sanitizer's slowdown the allowance, not the code,
+    # decides them. They run in the other two builds.
+    TSAN_OPTIONS=halt_on_error=1 ctest --test-dir build/tsan -j"$jobs" --output-on-failure \
+        -E 'ZModemSzNoise'
 fi
 
 if [ "$fuzz_seconds" != 0 ] && ls fuzz/*_fuzz.cpp >/dev/null 2>&1; then
