@@ -146,21 +146,32 @@ bool CZModem::ZModemReceive()
 
 int CZModem::BeginTransfer()
 {
+    // A damaged or partly lost header is answered with ZNAK, not with another ZRINIT: a sender that
+    // sees ZRINIT after its ZFILE waits (lrzsz: 5 s) for the line to go quiet before repeating the
+    // file header, and ZRINITs every receive timeout (3 s) never let it, so one damaged byte in
+    // a later file's header used to end the session. ZNAK makes it repeat at once, as it
+    // already does for a damaged file-header subpacket. The attempt still counts.
+    bool repeatRequested = false;
     for (int attempt = 0; attempt < HANDSHAKE_ATTEMPTS; ++attempt)
     {
-        SetHeaderValue(m_abyTxHeader, 0);
-        std::uint8_t capabilities = CANFDX | CANOVIO | CANFC32;
-        if (m_eFlags & ZMODEM_CAN_SEND_BREAK)
-            capabilities |= CANBRK;
-        if (m_eFlags & ZMODEM_ESCAPE_CONTROLS)
-            capabilities |= ESCCTL;
-        m_abyTxHeader[ZF0] = capabilities;
-        SendHexHeader(m_nAnswerType == 1 ? ZFERR : ZRINIT, m_abyTxHeader);
+        if (!repeatRequested)
+        {
+            SetHeaderValue(m_abyTxHeader, 0);
+            std::uint8_t capabilities = CANFDX | CANOVIO | CANFC32;
+            if (m_eFlags & ZMODEM_CAN_SEND_BREAK)
+                capabilities |= CANBRK;
+            if (m_eFlags & ZMODEM_ESCAPE_CONTROLS)
+                capabilities |= ESCCTL;
+            m_abyTxHeader[ZF0] = capabilities;
+            SendHexHeader(m_nAnswerType == 1 ? ZFERR : ZRINIT, m_abyTxHeader);
+        }
+        repeatRequested = false;
 
         bool nextAttempt = false;
         while (!nextAttempt)
         {
-            switch (ReceiveHeader())
+            const int header = ReceiveHeader();
+            switch (header)
             {
             case ZSINIT:
             {
@@ -213,6 +224,15 @@ int CZModem::BeginTransfer()
             case ZRINIT: // the other side is a receiver too
             case ZCAN:
                 return RESULT_ERROR;
+            case RESULT_ERROR:
+            case RESULT_TIMEOUT:
+                if (header == RESULT_ERROR || m_bHeaderFragment)
+                {
+                    SendPositionHeader(ZNAK, 0);
+                    repeatRequested = true;
+                }
+                nextAttempt = true;
+                break;
             default:
                 nextAttempt = true;
                 break;
@@ -508,6 +528,7 @@ int CZModem::Read7BitByte(unsigned long tenths)
 int CZModem::ReceiveHeader()
 {
     m_bHeaderGarbage = false;
+    m_bHeaderFragment = false;
     unsigned long hunted = 0; // bytes read while looking for a header
     int pending = -1;         // a byte read ahead that may itself start a header
 
@@ -521,6 +542,12 @@ int CZModem::ReceiveHeader()
         }
         ++hunted;
         return Read7BitByte(tenths);
+    };
+    // The read that timed out is counted too; any before it were the rest of a lost header.
+    auto timedOut = [&]
+    {
+        m_bHeaderFragment = hunted > 1;
+        return RESULT_TIMEOUT;
     };
     // Counts CANs that arrive back to back; ZCAN at the fifth, else keeps the byte that broke
     // the run for another look.
@@ -544,7 +571,7 @@ int CZModem::ReceiveHeader()
     {
         int c = next(m_ulReceiveTimeout);
         if (c == RESULT_TIMEOUT)
-            return RESULT_TIMEOUT;
+            return timedOut();
         if (c == CAN)
         {
             if (cancelRun(1))
@@ -557,7 +584,7 @@ int CZModem::ReceiveHeader()
         while (c == ZPAD && hunted <= HEADER_GARBAGE_LIMIT)
             c = next(m_ulReceiveTimeout);
         if (c == RESULT_TIMEOUT)
-            return RESULT_TIMEOUT;
+            return timedOut();
         if (c != ZDLE)
         {
             pending = c;
@@ -567,7 +594,7 @@ int CZModem::ReceiveHeader()
         switch (letter)
         {
         case RESULT_TIMEOUT:
-            return RESULT_TIMEOUT;
+            return timedOut();
         case 'A':
             m_nFrameKind = letter;
             return ReceiveBinaryHeader16();

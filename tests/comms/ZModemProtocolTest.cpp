@@ -170,7 +170,7 @@ TEST(ZModemHandshake, SessionsWithoutAFileEndAsTheSenderSays)
                           Case{"other side receives",
                                Encoder::Hex(CZModem::ZRINIT, Encoder::Flags(0x23)), false, 1},
                           Case{"five CANs", Bytes(5, 0x18), false, 1},
-                          Case{"noise, then silence", ToBytes("garbage\r\n"), false, 5}})
+                          Case{"noise, then silence", ToBytes("garbage\r\n"), false, 4}})
     {
         ScriptedZModem rx;
         rx.Feed(c.script);
@@ -181,6 +181,32 @@ TEST(ZModemHandshake, SessionsWithoutAFileEndAsTheSenderSays)
         // Success acknowledges ZFIN (without XON) and reads "OO"; failure ends with the cancel.
         EXPECT_EQ(out.other, c.ok ? Bytes{} : CancelSequence()) << c.what;
         EXPECT_TRUE(!c.ok || (rx.input.empty() && !EndsWith(rx.sent, {0x11}))) << c.what;
+    }
+}
+
+TEST(ZModemHandshake, DamagedOrPartlyLostHeadersAskForARepeatNotANewHandshake)
+{
+    // A sender that has just sent ZFILE reads another ZRINIT as "wait for quiet" and repeats
+    // nothing while the handshake keeps being restarted; ZNAK makes it repeat at once.
+    Encoder enc;
+    Bytes damaged = FileHeader(enc, Frames::Bin32, "x", "1");
+    damaged[4] ^= 0x01; // in the header, not its subpacket
+    Bytes truncated = FileHeader(enc, Frames::Bin32, "x", "1");
+    truncated.erase(truncated.begin(), truncated.begin() + 2); // ZPAD and ZDLE lost
+    for (const Bytes& lost : {damaged, truncated})
+    {
+        ScriptedZModem rx;
+        rx.Feed(lost);
+        rx.FeedTimeouts(1);
+        rx.Feed(FileHeader(enc, Frames::Bin32, "x", "1"));
+        rx.Feed(DataFrame(enc, Frames::Bin32, 0, ToBytes("y"), 1024));
+        rx.Feed(EofFinish(enc, 1));
+        ASSERT_TRUE(rx.ZModemReceive());
+        ASSERT_NE(rx.store.Completed("x"), nullptr);
+        const SentStream out(rx.sent);
+        ASSERT_GE(out.headers.size(), 3u);
+        EXPECT_EQ(out.headers[1].type, CZModem::ZNAK);
+        EXPECT_EQ(out.Count(CZModem::ZRINIT), 2); // the first, and the one after ZEOF
     }
 }
 
@@ -565,7 +591,8 @@ TEST(ZModemSession, ErrorAllowanceIsTwentyAndResetByGoodData)
 
 TEST(ZModemHeaders, RejectsUpperCaseHexDigitsBadCrcsAndEndlessGarbage)
 {
-    // Upper-case digits and a damaged binary header are each one failed attempt.
+    // Upper-case digits and a damaged binary header are each one failed attempt, answered with
+    // a request to repeat rather than a new handshake.
     Bytes upper = Encoder::Hex(CZModem::ZFIN, Encoder::Value(0xABCDEF));
     for (auto& b : upper)
         if (b >= 'a' && b <= 'f')
@@ -581,7 +608,9 @@ TEST(ZModemHeaders, RejectsUpperCaseHexDigitsBadCrcsAndEndlessGarbage)
         rx.Feed(bad);
         rx.Feed(Finish());
         EXPECT_TRUE(rx.ZModemReceive());
-        EXPECT_EQ(SentStream(rx.sent).Count(CZModem::ZRINIT), 2);
+        const SentStream out(rx.sent);
+        EXPECT_EQ(out.Count(CZModem::ZRINIT), 1);
+        EXPECT_EQ(out.Count(CZModem::ZNAK), 1);
     }
 
     // Endless garbage ends each attempt after a bounded number of bytes.
@@ -589,5 +618,5 @@ TEST(ZModemHeaders, RejectsUpperCaseHexDigitsBadCrcsAndEndlessGarbage)
     rx.Feed(Bytes(5 * 3802, 'g'));
     rx.Feed(Finish());
     EXPECT_FALSE(rx.ZModemReceive());
-    EXPECT_EQ(SentStream(rx.sent).Count(CZModem::ZRINIT), 5);
+    EXPECT_EQ(SentStream(rx.sent).Count(CZModem::ZNAK), 5);
 }

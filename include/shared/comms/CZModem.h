@@ -185,7 +185,8 @@ private:
     std::array<std::uint8_t, INPUT_SIZE> m_abyInput{};
     unsigned long m_uInputNext = 0; // next unread byte of m_abyInput
     unsigned long m_uInputEnd = 0;
-    bool m_bHeaderGarbage = false; // the last header hunt ran out of bytes, found no header
+    bool m_bHeaderGarbage = false;  // the last header hunt ran out of bytes, found no header
+    bool m_bHeaderFragment = false; // the last hunt timed out after bytes that made no header
 };
 
 constexpr CZModem::E_ZMODEM_FLAGS operator|(CZModem::E_ZMODEM_FLAGS a, CZModem::E_ZMODEM_FLAGS b)
