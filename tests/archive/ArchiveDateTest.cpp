@@ -42,13 +42,17 @@ TEST(ArchiveDates, DatesAndSpansAreAStatusWordThenTheDouble)
              EXPECT_EQ(d.GetStatus(), COleDateTimeSpan::invalid);
          });
 
-    // A status outside the known ones reads as an invalid date, never as a valid one.
-    Load(B({0x07, 0x00, 0x00, 0x00, 0, 0, 0, 0, 0, 0, 0, 0}),
+    // A status outside the known ones reads as an invalid date, never as a valid one; the
+    // lowest known one, error, stays what it is.
+    Load(B({0x07, 0x00, 0x00, 0x00, 0, 0, 0, 0, 0, 0, 0, 0,
+            0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 0, 0, 0, 0, 0, 0}),
          [](CArchive& ar)
          {
              COleDateTime date;
-             ar >> date;
+             COleDateTime failed;
+             ar >> date >> failed;
              EXPECT_EQ(date.GetStatus(), COleDateTime::invalid);
+             EXPECT_EQ(failed.GetStatus(), COleDateTime::error);
          });
 }
 

@@ -84,9 +84,11 @@ TEST(ZModemFileStoreNames, OnlyPrintableTextIsShown)
         {"caf\xc3\xa9", "caf\xc3\xa9"}, // UTF-8 stays readable
         {"\xc2\x9b"
          "31m",
-         "\\xc2\\x9b31m"},          // C1 CSI, even well encoded
-        {"\xe2\x82", "\\xe2\\x82"}, // cut short
-        {"\xc0\xaf", "\\xc0\\xaf"}, // overlong
+         "\\xc2\\x9b31m"},                   // C1 CSI, even well encoded
+        {"\xe2\x82", "\\xe2\\x82"},          // cut short
+        {"\xc0\xaf", "\\xc0\\xaf"},          // overlong
+        {"\xe0\x80\xaf", "\\xe0\\x80\\xaf"}, // overlong, three bytes
+        {"\xed\xa0\x80", "\\xed\\xa0\\x80"}, // a surrogate
         {"a\\b\xff", "a\\x5cb\\xff"},
     };
     for (const auto& [text, expected] : cases)

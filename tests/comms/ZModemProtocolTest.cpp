@@ -612,6 +612,9 @@ TEST(ZModemHeaders, RejectsUpperCaseHexDigitsBadCrcsAndEndlessGarbage)
         EXPECT_EQ(out.Count(CZModem::ZRINIT), 1);
         EXPECT_EQ(out.Count(CZModem::ZNAK), 1);
     }
+    ScriptedZModem lower; // every lower-case digit, 'f' included, is one
+    lower.Feed(Encoder::Hex(CZModem::ZFIN, Encoder::Value(0xABCDEF)));
+    EXPECT_TRUE(lower.ZModemReceive());
 
     // Endless garbage ends each attempt after a bounded number of bytes.
     ScriptedZModem rx;

@@ -116,4 +116,7 @@ TEST(CStringSerializeTest, TruncatedDataLeavesTheArrayAsItWas)
     EXPECT_TRUE(threw);
     ASSERT_EQ(array.GetSize(), 1);
     EXPECT_EQ(array[0], "original");
+    // Only exceptions made to be thrown from the heap delete themselves.
+    CException onStack(FALSE);
+    onStack.Delete();
 }

@@ -110,6 +110,9 @@ TEST_F(FileTest, ReadWriteSeekAndLengthAgree)
     EXPECT_EQ(file.GetFileName(), CString("file.name.dat"));
     EXPECT_EQ(file.GetFileTitle(), CString("file.name"));
     EXPECT_EQ(file.GetFilePath(), CString(path.c_str()));
+    CFile hidden;
+    ASSERT_TRUE(hidden.Open(PathOf(".hidden").c_str(), CFile::modeCreate | CFile::modeWrite));
+    EXPECT_EQ(hidden.GetFileTitle(), CString(".hidden")); // a leading dot starts no extension
 
     file.Write("0123456789", 10);
     EXPECT_EQ(file.GetPosition(), 10u);

@@ -89,6 +89,10 @@ TEST(SetCollection, FindsByNameInIdOrder)
     EXPECT_EQ(collection.GetSetByName("Same"), nullptr);
     collection.GotoStart();
     EXPECT_EQ(collection.GetNext()->GetSetId(), Cint64(0, 10));
+    // Removing the set the walk stands on moves the walk on, not back.
+    collection.RemoveSet(Cint64(0, 20));
+    EXPECT_EQ(collection.GetNext()->GetSetId(), Cint64(0, 30));
+    EXPECT_EQ(collection.GetNext(), nullptr);
 }
 
 TEST(SetCollection, EmptyCollectionFileIsByteExact)

@@ -12,6 +12,7 @@
 #include <shared/places/CUserPlaceCollection.h>
 #include <shared/platform/AtomicFileReplacement.h>
 #include <shared/platform/FileSystem.h>
+#include <shared/platform/ProcessId.h>
 #include <shared/platform/RegistryStore.h>
 #include <shared/platform/SystemError.h>
 #include <string>
@@ -229,13 +230,21 @@ TEST_F(FileSystemTest, NextSaveRemovesTheTemporariesOfDeadWriters)
     if (dead == 0)
         ::_exit(0);
     ::waitpid(dead, nullptr, 0);
+    EXPECT_FALSE(shared::platform::IsProcessRunning(static_cast<unsigned long>(dead)));
+    EXPECT_TRUE(shared::platform::IsProcessRunning(shared::platform::CurrentProcessId()));
+    // Beyond the range of process ids, not a live one that it would wrap onto.
+    EXPECT_FALSE(shared::platform::IsProcessRunning(0x100000001ul));
     const std::string deadTemp = "a.dat~" + std::to_string(dead) + "-3.savetmp";
     const std::string liveTemp = "a.dat~1-0.savetmp"; // init never goes away
     const std::string otherTemp = "b.dat~" + std::to_string(dead) + "-0.savetmp";
-    for (const auto& name : {deadTemp, liveTemp, otherTemp})
+    // A user's file that only looks like one is not a temporary.
+    const std::string lookalike = "a.dat~" + std::to_string(dead) + "x-0.savetmp";
+    for (const auto& name : {deadTemp, liveTemp, otherTemp, lookalike})
         std::ofstream(PathOf(name)) << "partial";
     ASSERT_EQ(Save(PathOf("a.dat"), "x"), 0);
-    EXPECT_EQ(Entries(), (std::vector<std::string>{"a.dat", liveTemp, otherTemp}));
+    auto expected = std::vector<std::string>{"a.dat", liveTemp, otherTemp, lookalike};
+    std::sort(expected.begin(), expected.end());
+    EXPECT_EQ(Entries(), expected);
 }
 
 // A writer killed at random moments never leaves a torn file, and what it leaves behind is gone

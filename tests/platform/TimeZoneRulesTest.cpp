@@ -85,6 +85,9 @@ TEST(TimeZoneRulesTest, ZonesWithoutDaylightSaving)
     const auto permanent = Parse("EST5EDT,0/0,J365/25");
     EXPECT_FALSE(permanent.HasDaylightSaving());
     EXPECT_EQ(permanent.GetInformation(0).Bias, 240);
+    // Only both ends together make it permanent.
+    EXPECT_TRUE(Parse("EST5EDT,0/0,M11.1.0").HasDaylightSaving());
+    EXPECT_TRUE(Parse("EST5EDT,M3.2.0,J365/25").HasDaylightSaving());
 }
 
 TEST(TimeZoneRulesTest, UnusualRuleForms)
@@ -170,6 +173,8 @@ TEST(TimeZoneRulesTest, ReadsTheRuleAtTheEndOfZoneFiles)
     };
     EXPECT_FALSE(TimeZoneRules::FromZoneFile(write("text", "CET-1CEST,M3.5.0,M10.5.0/3\n")));
     EXPECT_FALSE(TimeZoneRules::FromZoneFile(write("empty", "")));
+    EXPECT_FALSE(TimeZoneRules::FromZoneFile(
+        write("magic", "TZjf2" + std::string(60, '\0') + "\nCET-1CEST,M3.5.0,M10.5.0/3\n")));
     // Version 1 files carry no rule.
     EXPECT_FALSE(
         TimeZoneRules::FromZoneFile(write("v1", "TZif" + std::string(60, '\0') + "\nX\n")));

@@ -36,3 +36,14 @@ TEST(CNmeaLineAssembler, NoiseWithoutLineFeedsComesOutInPiecesOfTheLimit)
     EXPECT_EQ(Lines("abcdefg\nxy", 3, 3), (std::vector<std::string>{"abc", "def", "g", "xy"}));
     EXPECT_TRUE(Lines("", 1, 3).empty());
 }
+
+TEST(CNmeaLineAssembler, FinishStillHandsOutWholeLinesFirst)
+{
+    CNmeaLineAssembler assembler(100);
+    assembler.Append("a\r\nb\nrest", 9);
+    std::vector<std::string> lines;
+    std::string_view line;
+    while (assembler.Finish(line))
+        lines.emplace_back(line);
+    EXPECT_EQ(lines, (std::vector<std::string>{"a", "b", "rest"}));
+}

@@ -61,9 +61,10 @@ TEST(WardenMetrics, UnitConversionsUseDeviceConstantsAndKeepMarkers)
         {[](double c) { return NW::ConvertCelsiusToKelvin(c); }, -300.0, -1000.0},
         {[](double f) { return NW::ConvertFahrenheitToKelvin(f); }, -500.0, -1000.0},
         {NW::ConvertLitresPer100KmToMilesPerImpGallon, 0.0, -1.0},
+        {NW::ConvertLitresPer100KmToMilesPerImpGallon, 10.0, 28.24545},
     };
     for (auto const& c : cases)
-        EXPECT_NEAR(c.convert(c.in), c.out, 1e-9) << c.in;
+        EXPECT_NEAR(c.convert(c.in), c.out, 1e-5) << c.in;
 
     EXPECT_DOUBLE_EQ(NW::GetSpeed(100.0, 0.0), -1.0);
     EXPECT_DOUBLE_EQ(NW::ConvertMetricDistance(1.609269392, false), 1.0);

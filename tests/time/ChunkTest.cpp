@@ -109,6 +109,9 @@ TEST(ChunkTest, DaysAndTimesOfDay)
     EXPECT_EQ(found.m_dt, At(2006, 6, 13, 10).m_dt);
     EXPECT_FALSE(CChunk(kTen, kEleven).DoesContainTime(At(2001, 1, 1, 9, 30), true, true, found));
     EXPECT_EQ(found.m_dt, 0.0);
+    COleDateTime unusable; // midnight, were its status ignored
+    unusable.SetStatus(COleDateTime::invalid);
+    EXPECT_FALSE(span.DoesContainTime(unusable, true, true, found));
     EXPECT_EQ(found.GetStatus(), COleDateTime::valid);
 }
 
