@@ -2,7 +2,7 @@
 """Command-line checks of "warden listen" on pseudo-terminals: a held port is said to be in use,
 a burst into a slow pipe loses no sentence, a hang-up ends the command at once with an error,
 and --reconnect goes on when the port comes back."""
-import json, os, pty, subprocess, sys, tempfile, threading, time, tty
+import ctypes, json, os, pty, signal, subprocess, sys, tempfile, threading, time, tty
 
 warden = sys.argv[1]
 SENTENCE = b"$GPRMC,123519,A,4807.038,N,01131.000,E,022.4,084.4,230394,003.1,W*6A\r\n"
@@ -22,8 +22,11 @@ def new_pty():
 
 
 def listen(device, *extra):
+    # Ends with this script even when a time limit kills it, so no listener is left spinning.
+    die_with_parent = lambda: ctypes.CDLL(None).prctl(1, signal.SIGKILL)  # PR_SET_PDEATHSIG
     return subprocess.Popen([warden, "listen", "--device", device, "--json", "--no-clock", *extra],
-                            stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+                            stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                            preexec_fn=die_with_parent)
 
 
 def started(process):
