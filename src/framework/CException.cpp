@@ -23,6 +23,47 @@ CString FillFileName(const char* pattern, const CString& fileName)
     return text;
 }
 
+// The framework's texts by cause, for files and for archives. A cause outside the table reads
+// as the generic one (1 in both classes).
+const char* const kFileTexts[] = {
+    "No error occurred.",
+    "An unexpected error occurred while accessing %1.",
+    "%1 was not found.",
+    "%1 contains an invalid path.",
+    "%1 could not be opened because there are too many open files.",
+    "Access to %1 was denied.",
+    "An invalid file handle was associated with %1.",
+    "%1 could not be removed because it is the current directory.",
+    "%1 could not be created because the directory is full.",
+    "Seek failed on %1",
+    "A hardware I/O error was reported while accessing %1.",
+    "A sharing violation occurred while accessing %1.",
+    "A locking violation occurred while accessing %1.",
+    "Disk full while accessing %1.",
+    "An attempt was made to access %1 past its end.",
+};
+const char* const kArchiveTexts[] = {
+    "No error occurred.",
+    "An unexpected error occurred while reading %1.",
+    "An attempt was made to write to %1 while it was being read.",
+    "An attempt was made to access %1 past its end.",
+    "An attempt was made to read from %1 while it was being written.",
+    "%1 has a bad format.",
+    "%1 contained an unexpected object.",
+    "%1 contains an incorrect schema.",
+    "The archive buffer of %1 is full.",
+};
+
+template <std::size_t N>
+CString CauseText(const char* const (&texts)[N], int cause, const CString& fileName,
+                  PUINT pnHelpContext)
+{
+    if (pnHelpContext != nullptr)
+        *pnHelpContext = 0;
+    const bool known = cause >= 0 && static_cast<std::size_t>(cause) < N;
+    return FillFileName(texts[known ? cause : 1], fileName);
+}
+
 } // namespace
 
 CException::CException(BOOL bAutoDelete) : m_bAutoDelete(bAutoDelete) {}
@@ -100,30 +141,8 @@ CFileException::CFileException(int cause, LONG lOsError, LPCTSTR lpszArchiveName
 
 BOOL CFileException::GetErrorMessage(LPTSTR lpszError, UINT nMaxError, PUINT pnHelpContext) const
 {
-    if (pnHelpContext != nullptr)
-    {
-        *pnHelpContext = 0;
-    }
-    static const char* const texts[] = {
-        "No error occurred.",
-        "An unexpected error occurred while accessing %1.",
-        "%1 was not found.",
-        "%1 contains an invalid path.",
-        "%1 could not be opened because there are too many open files.",
-        "Access to %1 was denied.",
-        "An invalid file handle was associated with %1.",
-        "%1 could not be removed because it is the current directory.",
-        "%1 could not be created because the directory is full.",
-        "Seek failed on %1",
-        "A hardware I/O error was reported while accessing %1.",
-        "A sharing violation occurred while accessing %1.",
-        "A locking violation occurred while accessing %1.",
-        "Disk full while accessing %1.",
-        "An attempt was made to access %1 past its end.",
-    };
-    const int count = static_cast<int>(sizeof texts / sizeof texts[0]);
-    const int cause = (m_cause >= 0 && m_cause < count) ? m_cause : genericException;
-    return CopyMessage(FillFileName(texts[cause], m_strFileName), lpszError, nMaxError);
+    return CopyMessage(CauseText(kFileTexts, m_cause, m_strFileName, pnHelpContext), lpszError,
+                       nMaxError);
 }
 
 int PASCAL CFileException::OsErrorToException(LONG lOsError)
@@ -194,24 +213,8 @@ CArchiveException::CArchiveException(int cause, LPCTSTR lpszArchiveName)
 
 BOOL CArchiveException::GetErrorMessage(LPTSTR lpszError, UINT nMaxError, PUINT pnHelpContext) const
 {
-    if (pnHelpContext != nullptr)
-    {
-        *pnHelpContext = 0;
-    }
-    static const char* const texts[] = {
-        "No error occurred.",
-        "An unexpected error occurred while reading %1.",
-        "An attempt was made to write to %1 while it was being read.",
-        "An attempt was made to access %1 past its end.",
-        "An attempt was made to read from %1 while it was being written.",
-        "%1 has a bad format.",
-        "%1 contained an unexpected object.",
-        "%1 contains an incorrect schema.",
-        "The archive buffer of %1 is full.",
-    };
-    const int count = static_cast<int>(sizeof texts / sizeof texts[0]);
-    const int cause = (m_cause >= 0 && m_cause < count) ? m_cause : genericException;
-    return CopyMessage(FillFileName(texts[cause], m_strFileName), lpszError, nMaxError);
+    return CopyMessage(CauseText(kArchiveTexts, m_cause, m_strFileName, pnHelpContext), lpszError,
+                       nMaxError);
 }
 
 void AFXAPI AfxThrowFileException(int cause, LONG lOsError, LPCTSTR lpszFileName)
