@@ -81,6 +81,25 @@ private:
     char m_few[2] = {};
     int m_count = 0;
 };
+// Where the plain scan of a token must stop: at a separator, or at a quote that opens a
+// section.
+CharacterSet TokenStops(char const* separators, bool quotes)
+{
+    CharacterSet stops(separators);
+    if (quotes)
+        stops.Add('"');
+    return stops;
+}
+
+// Narrows [first, last) to leave out the spaces TM_TRIM removes.
+void TrimSpaces(char const*& first, char const*& last)
+{
+    while (first != last && IsTrimSpace(*first))
+        ++first;
+    while (last != first && IsTrimSpace(last[-1]))
+        --last;
+}
+
 } // namespace
 
 CTokenArray::CTokenArray() = default;
@@ -115,11 +134,7 @@ int CTokenArray::TokenizeString(std::string_view text, char const* separators, E
     bool const trim = (mode & TM_TRIM) != 0;
 
     CharacterSet const isSeparator(separators);
-    // Where the plain scan of a token must stop: at a separator, or at a quote that opens a
-    // section.
-    CharacterSet stops(separators);
-    if (quotes)
-        stops.Add('"');
+    CharacterSet const stops = TokenStops(separators, quotes);
     char const* pos = text.data();
     char const* const end = pos + text.size();
     INT_PTR count = 0;
@@ -128,12 +143,7 @@ int CTokenArray::TokenizeString(std::string_view text, char const* separators, E
     auto store = [&](char const* first, char const* last)
     {
         if (trim)
-        {
-            while (first != last && IsTrimSpace(*first))
-                ++first;
-            while (last != first && IsTrimSpace(last[-1]))
-                --last;
-        }
+            TrimSpaces(first, last);
         int const length = static_cast<int>(last - first);
         if (count < GetSize())
             ElementAt(count).SetString(first, length);
@@ -250,21 +260,14 @@ int CTokenArray::SplitInPlace(std::string_view text, char const* separators, E_T
     bool const trim = (mode & TM_TRIM) != 0;
 
     CharacterSet const isSeparator(separators);
-    CharacterSet stops(separators);
-    if (quotes)
-        stops.Add('"');
+    CharacterSet const stops = TokenStops(separators, quotes);
     char const* pos = text.data();
     char const* const end = pos + text.size();
     int count = 0;
     auto store = [&](char const* first, char const* last)
     {
         if (trim)
-        {
-            while (first != last && IsTrimSpace(*first))
-                ++first;
-            while (last != first && IsTrimSpace(last[-1]))
-                --last;
-        }
+            TrimSpaces(first, last);
         if (count == capacity)
             return false;
         tokens[count++] = std::string_view(first, static_cast<std::size_t>(last - first));
