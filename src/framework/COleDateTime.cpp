@@ -1,3 +1,5 @@
+#include "PrintValue.h"
+
 #include <cctype>
 #include <cmath>
 #include <cstring>
@@ -728,18 +730,12 @@ bool COleDateTime::ParseDateTime(LPCTSTR lpszDate, DWORD dwFlags, LCID /*lcid*/)
 
 std::ostream& operator<<(std::ostream& os, const COleDateTime& dt)
 {
-    CString text;
-    switch (dt.GetStatus())
-    {
-    case COleDateTime::valid:
-        text.Format("%s (%.9f)", dt.Format("%Y-%m-%d %H:%M:%S"), dt.m_dt);
-        break;
-    case COleDateTime::null:
-        text = "null";
-        break;
-    default:
-        text.Format("invalid (%.9f)", dt.m_dt);
-        break;
-    }
-    return os << text;
+    using shared::framework_detail::EPrintedState;
+    const auto status = dt.GetStatus();
+    const EPrintedState state = status == COleDateTime::valid  ? EPrintedState::valid
+                                : status == COleDateTime::null ? EPrintedState::null
+                                                               : EPrintedState::invalid;
+    return shared::framework_detail::PrintValue(
+        os, state, state == EPrintedState::valid ? dt.Format("%Y-%m-%d %H:%M:%S") : CString(),
+        dt.m_dt);
 }

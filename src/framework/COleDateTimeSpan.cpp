@@ -1,3 +1,5 @@
+#include "PrintValue.h"
+
 #include <cmath>
 #include <ostream>
 #include <shared/framework/COleDateTimeSpan.h>
@@ -195,18 +197,12 @@ CString COleDateTimeSpan::Format(LPCTSTR pFormat) const
 
 std::ostream& operator<<(std::ostream& os, const COleDateTimeSpan& span)
 {
-    CString text;
-    switch (span.GetStatus())
-    {
-    case COleDateTimeSpan::valid:
-        text.Format("%s (%.9f)", span.Format("%D %H:%M:%S"), span.m_span);
-        break;
-    case COleDateTimeSpan::null:
-        text = "null";
-        break;
-    default:
-        text.Format("invalid (%.9f)", span.m_span);
-        break;
-    }
-    return os << text;
+    using shared::framework_detail::EPrintedState;
+    const auto status = span.GetStatus();
+    const EPrintedState state = status == COleDateTimeSpan::valid  ? EPrintedState::valid
+                                : status == COleDateTimeSpan::null ? EPrintedState::null
+                                                                   : EPrintedState::invalid;
+    return shared::framework_detail::PrintValue(
+        os, state, state == EPrintedState::valid ? span.Format("%D %H:%M:%S") : CString(),
+        span.m_span);
 }
