@@ -1,3 +1,5 @@
+#include "ObjectFileWriter.h"
+
 #include <memory>
 #include <shared/archive/CArchive.h>
 #include <shared/framework/CException.h>
@@ -181,16 +183,10 @@ void CSetCollection::Serialize(CArchive& ar)
 bool CSetCollection::SaveCollection(CString path)
 {
     CAtomicFileReplacement replacement(static_cast<const char*>(path));
-    CFile file;
-    if (!file.Open(replacement.GetTemporaryPath(), CFile::modeCreate | CFile::modeWrite))
-        return false;
     try
     {
-        CArchive archive(&file, CArchive::store, 4096);
-        archive.WriteObject(this);
-        archive.Close();
-        file.Flush();
-        file.Close();
+        if (!WriteObjectFile(replacement, this))
+            return false;
     }
     catch (CException* error)
     {

@@ -1,3 +1,5 @@
+#include "ObjectFileWriter.h"
+
 #include <iterator>
 #include <memory>
 #include <shared/archive/CArchive.h>
@@ -237,16 +239,10 @@ void CUserPlaceCollection::Serialize(CArchive& ar)
 bool CUserPlaceCollection::SaveCollection(CString path)
 {
     CAtomicFileReplacement replacement(static_cast<const char*>(path));
-    CFile file;
-    if (!file.Open(replacement.GetTemporaryPath(), CFile::modeCreate | CFile::modeWrite))
-        return false;
     try
     {
-        CArchive archive(&file, CArchive::store, 4096);
-        archive.WriteObject(this);
-        archive.Close();
-        file.Flush();
-        file.Close();
+        if (!WriteObjectFile(replacement, this))
+            return false;
     }
     catch (CFileException* error)
     {
