@@ -397,26 +397,38 @@ bool CSerialLine::ReadCounters(SerialLineCounters& counters) const
 #endif
 }
 
-long CSerialLine::Read(unsigned char* buffer, unsigned long size, SerialLineMarks& marks,
-                       unsigned long& error)
+namespace
+{
+constexpr ssize_t kNothingYet = -2;
+
+// One read or write on the line: its count, kNothingYet when the line had nothing to give or
+// take just now (or a signal came first), or -1 with the line error set.
+template <typename Call> ssize_t Transfer(int fd, Call call, unsigned long& error)
 {
     error = 0;
-    if (m_fd < 0)
+    if (fd < 0)
     {
         error = winerror::kInvalidHandle;
         return -1;
     }
-    ssize_t const n = ::read(m_fd, buffer, size);
+    ssize_t const n = call();
+    if (n >= 0)
+        return n;
+    int const err = errno;
+    if (err == EAGAIN || err == EWOULDBLOCK || err == EINTR)
+        return kNothingYet;
+    error = LineError(err);
+    return -1;
+}
+} // namespace
+
+long CSerialLine::Read(unsigned char* buffer, unsigned long size, SerialLineMarks& marks,
+                       unsigned long& error)
+{
+    ssize_t const n = Transfer(
+        m_fd, [&] { return ::read(m_fd, buffer, size); }, error);
     if (n < 0)
-    {
-        int const err = errno;
-        if (err == EAGAIN || err == EWOULDBLOCK || err == EINTR)
-        {
-            return 0;
-        }
-        error = LineError(err);
-        return -1;
-    }
+        return n == kNothingYet ? 0 : -1;
     if (n == 0)
     {
         // End of file on a terminal: the line has been hung up.
@@ -428,23 +440,10 @@ long CSerialLine::Read(unsigned char* buffer, unsigned long size, SerialLineMark
 
 long CSerialLine::Write(void const* buffer, unsigned long size, unsigned long& error)
 {
-    error = 0;
-    if (m_fd < 0)
-    {
-        error = winerror::kInvalidHandle;
-        return -1;
-    }
-    ssize_t const n = ::write(m_fd, buffer, size);
+    ssize_t const n = Transfer(
+        m_fd, [&] { return ::write(m_fd, buffer, size); }, error);
     if (n < 0)
-    {
-        int const err = errno;
-        if (err == EAGAIN || err == EWOULDBLOCK || err == EINTR)
-        {
-            return 0;
-        }
-        error = LineError(err);
-        return -1;
-    }
+        return n == kNothingYet ? 0 : -1;
     return static_cast<long>(n);
 }
 
