@@ -9,31 +9,7 @@ CNmeaGPIOP::CNmeaGPIOP()
 {
 }
 
-CNmeaGPIOP::CNmeaGPIOP(CNmeaGPIOP const& other) = default;
-CNmeaGPIOP& CNmeaGPIOP::operator=(CNmeaGPIOP const& other) = default;
-CNmeaGPIOP::~CNmeaGPIOP() = default;
-
-char const* CNmeaGPIOP::GetTypeString()
-{
-    return "GPIOP";
-}
-CNmeaSentence::E_NMEASentenceType CNmeaGPIOP::GetType() const
-{
-    return eNMEA_GPIOP;
-}
-void CNmeaGPIOP::GetTypeString(CString& type) const
-{
-    type = GetTypeString();
-}
-
-bool CNmeaGPIOP::IsValid(E_ValidParts parts) const
-{
-    return (m_dwValid & parts) == parts;
-}
-void CNmeaGPIOP::SetValid(E_ValidParts parts)
-{
-    m_dwValid |= parts;
-}
+SHARED_IMPLEMENT_NMEA_RECORD(CNmeaGPIOP, "GPIOP", eNMEA_GPIOP)
 
 CNmeaSentence::E_NMEAParseResult CNmeaGPIOP::Decode(CTokenArray const& tokens, int count)
 {

@@ -8,31 +8,7 @@ CNmeaGPLOG::CNmeaGPLOG()
 {
 }
 
-CNmeaGPLOG::CNmeaGPLOG(CNmeaGPLOG const& other) = default;
-CNmeaGPLOG& CNmeaGPLOG::operator=(CNmeaGPLOG const& other) = default;
-CNmeaGPLOG::~CNmeaGPLOG() = default;
-
-char const* CNmeaGPLOG::GetTypeString()
-{
-    return "GPLOG";
-}
-CNmeaSentence::E_NMEASentenceType CNmeaGPLOG::GetType() const
-{
-    return eNMEA_GPLOG;
-}
-void CNmeaGPLOG::GetTypeString(CString& type) const
-{
-    type = GetTypeString();
-}
-
-bool CNmeaGPLOG::IsValid(E_ValidParts parts) const
-{
-    return (m_dwValid & parts) == parts;
-}
-void CNmeaGPLOG::SetValid(E_ValidParts parts)
-{
-    m_dwValid |= parts;
-}
+SHARED_IMPLEMENT_NMEA_RECORD(CNmeaGPLOG, "GPLOG", eNMEA_GPLOG)
 
 CNmeaSentence::E_NMEAParseResult CNmeaGPLOG::Decode(CTokenArray const& tokens, int count)
 {

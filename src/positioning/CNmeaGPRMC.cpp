@@ -10,31 +10,7 @@ CNmeaGPRMC::CNmeaGPRMC()
 {
 }
 
-CNmeaGPRMC::CNmeaGPRMC(CNmeaGPRMC const& other) = default;
-CNmeaGPRMC& CNmeaGPRMC::operator=(CNmeaGPRMC const& other) = default;
-CNmeaGPRMC::~CNmeaGPRMC() = default;
-
-char const* CNmeaGPRMC::GetTypeString()
-{
-    return "GPRMC";
-}
-CNmeaSentence::E_NMEASentenceType CNmeaGPRMC::GetType() const
-{
-    return eNMEA_GPRMC;
-}
-void CNmeaGPRMC::GetTypeString(CString& type) const
-{
-    type = GetTypeString();
-}
-
-bool CNmeaGPRMC::IsValid(E_ValidParts parts) const
-{
-    return (m_dwValid & parts) == parts;
-}
-void CNmeaGPRMC::SetValid(E_ValidParts parts)
-{
-    m_dwValid |= parts;
-}
+SHARED_IMPLEMENT_NMEA_RECORD(CNmeaGPRMC, "GPRMC", eNMEA_GPRMC)
 
 CNmeaSentence::E_NMEAParseResult CNmeaGPRMC::Decode(CTokenArray const& tokens, int count)
 {

@@ -38,3 +38,30 @@ namespace nmea_fields
 // gives false.
 bool ReadTimeStamp(std::string_view time, std::string_view date, COleDateTime& timestamp);
 } // namespace nmea_fields
+
+// The members every sentence record has alike, as the framework's IMPLEMENT_ macros do it: its
+// name and type, its valid-part bits, and plain copying (a record holds only values).
+#define SHARED_IMPLEMENT_NMEA_RECORD(Class, Name, Type)                                            \
+    Class::Class(Class const&) = default;                                                          \
+    Class& Class::operator=(Class const&) = default;                                               \
+    Class::~Class() = default;                                                                     \
+    char const* Class::GetTypeString()                                                             \
+    {                                                                                              \
+        return Name;                                                                               \
+    }                                                                                              \
+    CNmeaSentence::E_NMEASentenceType Class::GetType() const                                       \
+    {                                                                                              \
+        return CNmeaSentence::Type;                                                                \
+    }                                                                                              \
+    void Class::GetTypeString(CString& type) const                                                 \
+    {                                                                                              \
+        type = GetTypeString();                                                                    \
+    }                                                                                              \
+    bool Class::IsValid(E_ValidParts parts) const                                                  \
+    {                                                                                              \
+        return (m_dwValid & parts) == parts;                                                       \
+    }                                                                                              \
+    void Class::SetValid(E_ValidParts parts)                                                       \
+    {                                                                                              \
+        m_dwValid |= parts;                                                                        \
+    }
