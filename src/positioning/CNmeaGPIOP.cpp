@@ -27,42 +27,13 @@ CNmeaSentence::E_NMEAParseResult CNmeaGPIOP::Decode(CTokenArray const& tokens, i
     return eNMEAParseOK;
 }
 
-bool CNmeaGPIOP::GetActiveInputs(unsigned char& inputs) const
-{
-    if (!IsValid(eGPIOP_ActiveInputs))
-        return false;
-    inputs = m_byActiveInputs;
-    return true;
-}
-
-bool CNmeaGPIOP::GetActiveOutputs(unsigned char& outputs) const
-{
-    if (!IsValid(eGPIOP_ActiveOutputs))
-        return false;
-    outputs = m_byActiveOutputs;
-    return true;
-}
-
-bool CNmeaGPIOP::GetAnalogInput1(double& value) const
-{
-    if (!IsValid(eGPIOP_AnalogInput1))
-        return false;
-    value = m_dblAnalogInput1;
-    return true;
-}
-
-bool CNmeaGPIOP::GetAnalogInput2(double& value) const
-{
-    if (!IsValid(eGPIOP_AnalogInput2))
-        return false;
-    value = m_dblAnalogInput2;
-    return true;
-}
-
-bool CNmeaGPIOP::GetBatteryVoltage(double& value) const
-{
-    if (!IsValid(eGPIOP_BatteryVoltage))
-        return false;
-    value = m_dblBatteryVoltage;
-    return true;
-}
+SHARED_NMEA_RECORD_GETTER(CNmeaGPIOP, GetActiveInputs, unsigned char, eGPIOP_ActiveInputs,
+                          m_byActiveInputs)
+SHARED_NMEA_RECORD_GETTER(CNmeaGPIOP, GetActiveOutputs, unsigned char, eGPIOP_ActiveOutputs,
+                          m_byActiveOutputs)
+SHARED_NMEA_RECORD_GETTER(CNmeaGPIOP, GetAnalogInput1, double, eGPIOP_AnalogInput1,
+                          m_dblAnalogInput1)
+SHARED_NMEA_RECORD_GETTER(CNmeaGPIOP, GetAnalogInput2, double, eGPIOP_AnalogInput2,
+                          m_dblAnalogInput2)
+SHARED_NMEA_RECORD_GETTER(CNmeaGPIOP, GetBatteryVoltage, double, eGPIOP_BatteryVoltage,
+                          m_dblBatteryVoltage)

@@ -28,18 +28,5 @@ CNmeaSentence::E_NMEAParseResult CNmeaGPLOG::Decode(CTokenArray const& tokens, i
     return eNMEAParseOK;
 }
 
-bool CNmeaGPLOG::GetTimeStamp(COleDateTime& timestamp) const
-{
-    if (!IsValid(eGPLOG_TimeStamp))
-        return false;
-    timestamp = m_dtTimeStamp;
-    return true;
-}
-
-bool CNmeaGPLOG::GetState(E_State& state) const
-{
-    if (!IsValid(eGPLOG_State))
-        return false;
-    state = m_eState;
-    return true;
-}
+SHARED_NMEA_RECORD_GETTER(CNmeaGPLOG, GetTimeStamp, COleDateTime, eGPLOG_TimeStamp, m_dtTimeStamp)
+SHARED_NMEA_RECORD_GETTER(CNmeaGPLOG, GetState, E_State, eGPLOG_State, m_eState)

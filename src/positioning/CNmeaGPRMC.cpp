@@ -72,66 +72,15 @@ CNmeaSentence::E_NMEAParseResult CNmeaGPRMC::DecodeFields(std::string_view const
     return eNMEAParseOK;
 }
 
-bool CNmeaGPRMC::GetTimeStamp(COleDateTime& timestamp) const
-{
-    if (!IsValid(eGPRMC_TimeStamp))
-        return false;
-    timestamp = m_dtTimeStamp;
-    return true;
-}
-
-bool CNmeaGPRMC::GetStatusIndicator(char& status) const
-{
-    if (!IsValid(eGPRMC_StatusIndicator))
-        return false;
-    status = m_cStatusIndicator;
-    return true;
-}
-
-bool CNmeaGPRMC::GetLatitude(double& latitude) const
-{
-    if (!IsValid(eGPRMC_Latitude))
-        return false;
-    latitude = m_dblLatitude;
-    return true;
-}
-
-bool CNmeaGPRMC::GetLongitude(double& longitude) const
-{
-    if (!IsValid(eGPRMC_Longitude))
-        return false;
-    longitude = m_dblLongitude;
-    return true;
-}
-
-bool CNmeaGPRMC::GetSpeedInKnots(double& knots) const
-{
-    if (!IsValid(eGPRMC_SpeedInKnots))
-        return false;
-    knots = m_dblSpeedInKnots;
-    return true;
-}
-
-bool CNmeaGPRMC::GetCourse(double& course) const
-{
-    if (!IsValid(eGPRMC_Course))
-        return false;
-    course = m_dblCourse;
-    return true;
-}
-
-bool CNmeaGPRMC::GetMagneticVariation(double& variation) const
-{
-    if (!IsValid(eGPRMC_MagneticVariation))
-        return false;
-    variation = m_dblMagneticVariation;
-    return true;
-}
-
-bool CNmeaGPRMC::GetModeIndicator(char& mode) const
-{
-    if (!IsValid(eGPRMC_ModeIndicator))
-        return false;
-    mode = m_cModeIndicator;
-    return true;
-}
+SHARED_NMEA_RECORD_GETTER(CNmeaGPRMC, GetTimeStamp, COleDateTime, eGPRMC_TimeStamp, m_dtTimeStamp)
+SHARED_NMEA_RECORD_GETTER(CNmeaGPRMC, GetStatusIndicator, char, eGPRMC_StatusIndicator,
+                          m_cStatusIndicator)
+SHARED_NMEA_RECORD_GETTER(CNmeaGPRMC, GetLatitude, double, eGPRMC_Latitude, m_dblLatitude)
+SHARED_NMEA_RECORD_GETTER(CNmeaGPRMC, GetLongitude, double, eGPRMC_Longitude, m_dblLongitude)
+SHARED_NMEA_RECORD_GETTER(CNmeaGPRMC, GetSpeedInKnots, double, eGPRMC_SpeedInKnots,
+                          m_dblSpeedInKnots)
+SHARED_NMEA_RECORD_GETTER(CNmeaGPRMC, GetCourse, double, eGPRMC_Course, m_dblCourse)
+SHARED_NMEA_RECORD_GETTER(CNmeaGPRMC, GetMagneticVariation, double, eGPRMC_MagneticVariation,
+                          m_dblMagneticVariation)
+SHARED_NMEA_RECORD_GETTER(CNmeaGPRMC, GetModeIndicator, char, eGPRMC_ModeIndicator,
+                          m_cModeIndicator)

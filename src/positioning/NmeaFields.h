@@ -65,3 +65,13 @@ bool ReadTimeStamp(std::string_view time, std::string_view date, COleDateTime& t
     {                                                                                              \
         m_dwValid |= parts;                                                                        \
     }
+
+// A record's getter: hands out the field only when the sentence carried it.
+#define SHARED_NMEA_RECORD_GETTER(Class, Getter, Type, Part, Member)                               \
+    bool Class::Getter(Type& value) const                                                          \
+    {                                                                                              \
+        if (!IsValid(Part))                                                                        \
+            return false;                                                                          \
+        value = Member;                                                                            \
+        return true;                                                                               \
+    }
