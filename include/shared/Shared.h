@@ -27,6 +27,7 @@
 #include <shared/platform/HostHooks.h>
 #include <shared/platform/SerialLine.h>
 #include <shared/platform/SerialPortPath.h>
+#include <shared/platform/StandardStreams.h>
 #include <shared/platform/WakeDescriptor.h>
 #include <shared/platform/RegistryStore.h>
 #include <shared/platform/SystemError.h>

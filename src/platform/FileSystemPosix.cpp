@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
 #include <shared/platform/FileSystem.h>
@@ -201,6 +202,11 @@ const FileSystemCalls& GetRealFileSystemCalls()
                                       .setPermissions = SetPermissions,
                                       .setModificationTime = SetModificationTime};
     return real;
+}
+
+std::string FileErrorText(FileError error)
+{
+    return std::strerror(static_cast<int>(error));
 }
 
 } // namespace shared::platform

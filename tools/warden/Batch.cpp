@@ -5,15 +5,19 @@
 #include "LineReader.h"
 
 #include <iostream>
+#include <shared/platform/StandardStreams.h>
 #include <sstream>
-#include <unistd.h>
 
 namespace warden
 {
 
 // A terminal user wants each answer as soon as the line is typed; a pipe or file is faster with
 // the stream's own buffering.
-Batch::Batch(bool json) : m_json(json), m_flushEachLine(::isatty(STDOUT_FILENO) == 1) {}
+Batch::Batch(bool json)
+    : m_json(json),
+      m_flushEachLine(shared::platform::IsTerminal(shared::platform::EStandardStream::output))
+{
+}
 
 Batch::~Batch()
 {

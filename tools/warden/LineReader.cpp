@@ -4,7 +4,7 @@
 
 #include <cerrno>
 #include <cstring>
-#include <unistd.h>
+#include <shared/platform/StandardStreams.h>
 
 namespace warden
 {
@@ -37,11 +37,10 @@ bool LineReader::Next(std::string& line)
         // read, not fread: it returns what a terminal or pipe has, so a typed line is answered
         // at once instead of after 64 KiB more.
         char block[1 << 16];
-        const ssize_t got = ::read(::fileno(m_file), block, sizeof block);
-        if (got < 0 && errno == EINTR)
-            continue;
+        std::string reason;
+        const long got = shared::platform::ReadSome(m_file, block, sizeof block, reason);
         if (got < 0)
-            throw Failure("error reading " + m_name + ": " + std::strerror(errno));
+            throw Failure("error reading " + m_name + ": " + reason);
         if (got == 0)
             m_ended = true;
         else

@@ -26,9 +26,9 @@
 #include <shared/comms/CZModem.h>
 #include <shared/comms/CZModemFileStore.h>
 #include <shared/platform/ChildProcess.h>
+#include <shared/platform/StandardStreams.h>
 #include <shared/time/CClock.h>
 #include <string>
-#include <unistd.h>
 
 namespace
 {
@@ -193,7 +193,7 @@ public:
     WardenZModem(Line& line, const std::string& directory, bool overwrite, bool quiet, bool json,
                  E_ZMODEM_FLAGS flags)
         : CZModem(flags), m_line(line), m_store(directory, overwrite), m_quiet(quiet), m_json(json),
-          m_terminal(::isatty(STDERR_FILENO) == 1)
+          m_terminal(shared::platform::IsTerminal(shared::platform::EStandardStream::error))
     {
     }
 

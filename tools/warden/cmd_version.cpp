@@ -6,16 +6,14 @@
 #include "Text.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <fcntl.h>
 #include <iostream>
 #include <memory>
 #include <shared/foundation/CFileVersion.h>
+#include <shared/platform/FileSystem.h>
 #include <shared/platform/VersionResource.h>
 #include <string>
-#include <unistd.h>
 
 namespace
 {
@@ -33,14 +31,12 @@ std::string Hex8(std::uint32_t value)
 // looked for, so that "no version resource" always means the file was read.
 void CheckReadable(const std::string& path)
 {
-#ifdef _WIN32
-    const int fd = ::open(path.c_str(), O_RDONLY);
-#else
-    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-#endif
-    if (fd < 0)
-        throw warden::Failure("cannot open " + path + ": " + std::strerror(errno));
-    ::close(fd);
+    namespace pf = shared::platform;
+    const pf::FileSystemCalls& calls = pf::GetFileSystemCalls();
+    pf::FileHandle handle = pf::kNoFileHandle;
+    if (const pf::FileError error = calls.open(path.c_str(), pf::fileopen::kRead, handle))
+        throw warden::Failure("cannot open " + path + ": " + pf::FileErrorText(error));
+    calls.close(handle);
 }
 
 void Run(const std::string& path, bool json)

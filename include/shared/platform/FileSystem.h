@@ -115,6 +115,9 @@ struct SHARED_API FileSystemCalls
 
 // The host's calls.
 SHARED_API const FileSystemCalls& GetRealFileSystemCalls();
+
+// The host's text for an error of these calls, for messages to people.
+SHARED_API std::string FileErrorText(FileError error);
 // The calls in use.
 SHARED_API const FileSystemCalls& GetFileSystemCalls();
 

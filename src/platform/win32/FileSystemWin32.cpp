@@ -1,6 +1,7 @@
 #ifdef _WIN32
 
 #include <shared/platform/FileSystem.h>
+#include <shared/platform/SystemError.h>
 #include <windows.h>
 
 namespace shared::platform
@@ -221,6 +222,11 @@ const FileSystemCalls& GetRealFileSystemCalls()
         SetSize, Sync,       Close,      Rename,         RenameNoReplace,
         Remove,  SyncFolder, ListFolder, SetPermissions, SetModificationTime};
     return real;
+}
+
+std::string FileErrorText(FileError error)
+{
+    return SystemErrorText(static_cast<unsigned long>(error));
 }
 
 } // namespace shared::platform
