@@ -16,6 +16,8 @@ bool IsTerminal(EStandardStream stream)
     return ::isatty(fd) == 1;
 }
 
+void UseBinaryStandardStreams() {}
+
 long ReadSome(std::FILE* stream, void* buffer, std::size_t size, std::string& error)
 {
     for (;;)

@@ -1,5 +1,5 @@
-# Runs a Windows program under Wine and compares its standard output, with the CR of each
-# Windows line end removed, against an expected file:
+# Runs a Windows program under Wine and compares its standard output, byte for byte, against an
+# expected file (the one the Linux build is checked against):
 #   cmake -DWINE=<wine> -DPREFIX=<wineprefix> -DPROGRAM=<exe> -DARGS=<args separated by |>
 #         -DEXPECTED=<file> -P compare_under_wine.cmake
 string(REPLACE "|" ";" args "${ARGS}")
@@ -11,7 +11,6 @@ execute_process(COMMAND ${WINE} ${PROGRAM} ${args} OUTPUT_VARIABLE out ERROR_VAR
 if(NOT status EQUAL 0)
     message(FATAL_ERROR "${PROGRAM} ${args}: exit status ${status}\n${err}")
 endif()
-string(REPLACE "\r\n" "\n" out "${out}")
 file(READ ${EXPECTED} expected)
 if(NOT out STREQUAL expected)
     get_filename_component(name ${EXPECTED} NAME)

@@ -5,6 +5,7 @@
 #include <iostream>
 #include <shared/framework/CException.h>
 #include <shared/platform/LibraryVersion.h>
+#include <shared/platform/StandardStreams.h>
 #include <string>
 
 namespace
@@ -43,6 +44,8 @@ bool IsUnknownCommand(const CLI::App& app, const char* first)
 
 int main(int argc, char** argv)
 {
+    // The same bytes on every platform: output is compared with files and with other builds.
+    shared::platform::UseBinaryStandardStreams();
     CLI::App app{"warden: the command-line front door of the Shared tracking library.\n"
                  "Decode device logs, convert coordinates, receive files and inspect data files.",
                  "warden"};

@@ -2,7 +2,9 @@
 
 #include <cerrno>
 #include <climits>
+#include <cstdio>
 #include <cstring>
+#include <fcntl.h>
 #include <io.h>
 #include <shared/platform/StandardStreams.h>
 
@@ -13,6 +15,12 @@ bool IsTerminal(EStandardStream stream)
 {
     const int fd = stream == EStandardStream::input ? 0 : stream == EStandardStream::output ? 1 : 2;
     return ::_isatty(fd) != 0;
+}
+
+void UseBinaryStandardStreams()
+{
+    for (std::FILE* stream : {stdin, stdout, stderr})
+        ::_setmode(::_fileno(stream), _O_BINARY);
 }
 
 long ReadSome(std::FILE* stream, void* buffer, std::size_t size, std::string& error)
