@@ -40,10 +40,7 @@ set(SHARED_POSIX_ONLY_TESTS
     framework/FileTest.cpp
     foundation/CLogTest.cpp
     comms/SerialPortDeviceTest.cpp
-    comms/ZModemFileStoreTest.cpp
-    comms/ZModemProtocolTest.cpp
     comms/ZModemSzTest.cpp
-    phonebook/VCardTest.cpp
     platform/ChildProcessTest.cpp) # no command line on Windows (warden receive --exec)
 
 # Single cases that cannot hold on Windows, per folder as GoogleTest exclusions:

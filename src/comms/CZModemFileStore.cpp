@@ -97,7 +97,9 @@ std::string CZModemFileStore::SafeRelativePath(std::string_view name)
     }
     if (!flush())
         return {};
-    return result.string();
+    // Forward slashes on every system: Windows takes them too, and names read the same in every
+    // build's messages.
+    return result.generic_string();
 }
 
 std::string CZModemFileStore::Printable(std::string_view text)

@@ -4,6 +4,7 @@
 #include "ZModemTestSupport.h"
 
 #include <gtest/gtest.h>
+#include <limits>
 #include <numeric>
 
 using namespace zmodem_test;
@@ -288,7 +289,7 @@ TEST(ZModemFileHeader, InformationAndOptionsGiveLengthTimeModeBinaryAndAppend)
              Case{"12 17", 0, 3, 12, 15, 0, true, true},
              Case{"x 1 2", 2, 3, 0, 0, 0, false, true},
              Case{"5 9 1", 1, 3, 5, 0, 0, true, false}, // binary ignores append
-             Case{"99999999999999999999999 1 1", 0, 0x83, 0x7FFFFFFFFFFFFFFF, 1, 1, true, false}})
+             Case{"99999999999999999999999 1 1", 0, 0x83, std::numeric_limits<long>::max(), 1, 1, true, false}})
     // clang-format on
     {
         SCOPED_TRACE(c.info);

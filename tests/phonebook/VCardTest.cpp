@@ -83,7 +83,7 @@ TEST_F(VCardFile, RealExportsFromPhonesAndMailPrograms)
         if (entry.path().extension() != ".vcf")
             continue;
         CStdioFile file;
-        ASSERT_TRUE(file.Open(entry.path().c_str(), CFile::modeRead | CFile::typeText));
+        ASSERT_TRUE(file.Open(entry.path().string().c_str(), CFile::modeRead | CFile::typeText));
         int cards = 0;
         for (CVCard card; card.ReadFromTextFile(file); card = CVCard())
             ++cards;
