@@ -37,8 +37,6 @@ set(SHARED_POSIX_ONLY_TESTS
     platform/SystemTimeTest.cpp
     platform/TimeZoneRulesTest.cpp
     platform/UserNameTest.cpp
-    framework/FileTest.cpp
-    foundation/CLogTest.cpp
     comms/SerialPortDeviceTest.cpp
     comms/ZModemSzTest.cpp
     platform/ChildProcessTest.cpp) # no command line on Windows (warden receive --exec)

@@ -64,6 +64,63 @@ CString CauseText(const char* const (&texts)[N], int cause, const CString& fileN
     return FillFileName(texts[known ? cause : 1], fileName);
 }
 
+#ifdef _WIN32
+// The causes of the Windows errors that file operations give, as MFC groups them.
+int WindowsErrorToCause(LONG error)
+{
+    switch (error)
+    {
+    case 0: // NO_ERROR
+        return CFileException::none;
+    case 2:  // ERROR_FILE_NOT_FOUND
+    case 18: // ERROR_NO_MORE_FILES
+        return CFileException::fileNotFound;
+    case 3:   // ERROR_PATH_NOT_FOUND
+    case 15:  // ERROR_INVALID_DRIVE
+    case 17:  // ERROR_NOT_SAME_DEVICE
+    case 123: // ERROR_INVALID_NAME
+    case 161: // ERROR_BAD_PATHNAME
+    case 206: // ERROR_FILENAME_EXCED_RANGE
+    case 267: // ERROR_DIRECTORY
+        return CFileException::badPath;
+    case 4: // ERROR_TOO_MANY_OPEN_FILES
+        return CFileException::tooManyOpenFiles;
+    case 5:   // ERROR_ACCESS_DENIED
+    case 12:  // ERROR_INVALID_ACCESS
+    case 19:  // ERROR_WRITE_PROTECT
+    case 80:  // ERROR_FILE_EXISTS
+    case 183: // ERROR_ALREADY_EXISTS
+        return CFileException::accessDenied;
+    case 6: // ERROR_INVALID_HANDLE
+        return CFileException::invalidFile;
+    case 16:  // ERROR_CURRENT_DIRECTORY
+    case 145: // ERROR_DIR_NOT_EMPTY
+        return CFileException::removeCurrentDir;
+    case 25:  // ERROR_SEEK
+    case 131: // ERROR_NEGATIVE_SEEK
+    case 132: // ERROR_SEEK_ON_DEVICE
+        return CFileException::badSeek;
+    case 21: // ERROR_NOT_READY
+    case 23: // ERROR_CRC
+    case 29: // ERROR_WRITE_FAULT
+    case 30: // ERROR_READ_FAULT
+        return CFileException::hardIO;
+    case 32: // ERROR_SHARING_VIOLATION
+        return CFileException::sharingViolation;
+    case 33:  // ERROR_LOCK_VIOLATION
+    case 167: // ERROR_LOCK_FAILED
+        return CFileException::lockViolation;
+    case 38: // ERROR_HANDLE_EOF
+        return CFileException::endOfFile;
+    case 39:  // ERROR_HANDLE_DISK_FULL
+    case 112: // ERROR_DISK_FULL
+        return CFileException::diskFull;
+    default:
+        return CFileException::genericException;
+    }
+}
+#endif
+
 } // namespace
 
 CException::CException(BOOL bAutoDelete) : m_bAutoDelete(bAutoDelete) {}
@@ -147,7 +204,12 @@ BOOL CFileException::GetErrorMessage(LPTSTR lpszError, UINT nMaxError, PUINT pnH
 
 int PASCAL CFileException::OsErrorToException(LONG lOsError)
 {
+#ifdef _WIN32
+    // On Windows the file-system seam reports GetLastError codes, as MFC's callers pass them.
+    return WindowsErrorToCause(lOsError);
+#else
     return ErrnoToException(static_cast<int>(lOsError));
+#endif
 }
 
 int PASCAL CFileException::ErrnoToException(int nErrno)

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <shared/framework/CFile.h>
 
 namespace fs = shared::platform;
@@ -246,8 +247,9 @@ void CFile::Abort()
 
 CString CFile::GetFileName() const
 {
+    // Either slash ends a folder, as in MFC, so Windows paths split the same way everywhere.
     const CString path = GetFilePath();
-    const int slash = path.ReverseFind('/');
+    const int slash = std::max(path.ReverseFind('/'), path.ReverseFind('\\'));
     return slash < 0 ? path : path.Mid(slash + 1);
 }
 

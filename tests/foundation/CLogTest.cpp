@@ -176,13 +176,13 @@ TEST_F(CLogTest, ReadFromLogAppendsAndStopsAtTheFirstEmptyLine)
 
 TEST_F(CLogTest, UnopenableFilesGiveFalseWithoutOtherEffect)
 {
-    CLog::SetLogFileName((m_dir / "missing" / "x.log").c_str());
+    CLog::SetLogFileName((m_dir / "missing" / "x.log").string().c_str());
     EXPECT_FALSE(CLog::AddToLog(0, "lost"));
     CStringList list;
     EXPECT_FALSE(CLog::ReadFromLog(list));
     EXPECT_EQ(list.GetCount(), 0);
 
-    CLog::SetLogFileName(m_dir.c_str()); // a directory
+    CLog::SetLogFileName(m_dir.string().c_str()); // a directory
     EXPECT_FALSE(CLog::AddToLog(0, "lost"));
 
     CLog::SetLogFileName("other.log");
