@@ -137,8 +137,10 @@ TEST(SystemTimeTest, RealSourceReadsTheOperatingSystemClock)
     EXPECT_GE(now, before);
     EXPECT_LE(now, after);
 
+#ifndef _WIN32 // the C library has no offset field there; tests/windows checks the zone
     const std::time_t t = std::time(nullptr);
     std::tm local{};
     ASSERT_NE(::localtime_r(&t, &local), nullptr);
     EXPECT_EQ(GetRealSystemTimeSource().GetLocalOffsetSeconds(t), local.tm_gmtoff);
+#endif
 }
