@@ -32,7 +32,6 @@ endfunction()
 #   and the serial device is tested under Wine in tests/windows.
 set(SHARED_POSIX_ONLY_TESTS
     platform/RegistryStoreTest.cpp
-    platform/FileSystemTest.cpp
     platform/TimeZoneRulesTest.cpp
     comms/SerialPortDeviceTest.cpp
     comms/ZModemSzTest.cpp
