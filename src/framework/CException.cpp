@@ -66,58 +66,52 @@ CString CauseText(const char* const (&texts)[N], int cause, const CString& fileN
 
 #ifdef _WIN32
 // The causes of the Windows errors that file operations give, as MFC groups them.
+struct WindowsCause
+{
+    LONG error;
+    int cause;
+};
+constexpr WindowsCause kWindowsCauses[] = {
+    {0, CFileException::none},               // NO_ERROR
+    {2, CFileException::fileNotFound},       // ERROR_FILE_NOT_FOUND
+    {18, CFileException::fileNotFound},      // ERROR_NO_MORE_FILES
+    {3, CFileException::badPath},            // ERROR_PATH_NOT_FOUND
+    {15, CFileException::badPath},           // ERROR_INVALID_DRIVE
+    {17, CFileException::badPath},           // ERROR_NOT_SAME_DEVICE
+    {123, CFileException::badPath},          // ERROR_INVALID_NAME
+    {161, CFileException::badPath},          // ERROR_BAD_PATHNAME
+    {206, CFileException::badPath},          // ERROR_FILENAME_EXCED_RANGE
+    {267, CFileException::badPath},          // ERROR_DIRECTORY
+    {4, CFileException::tooManyOpenFiles},   // ERROR_TOO_MANY_OPEN_FILES
+    {5, CFileException::accessDenied},       // ERROR_ACCESS_DENIED
+    {12, CFileException::accessDenied},      // ERROR_INVALID_ACCESS
+    {19, CFileException::accessDenied},      // ERROR_WRITE_PROTECT
+    {80, CFileException::accessDenied},      // ERROR_FILE_EXISTS
+    {183, CFileException::accessDenied},     // ERROR_ALREADY_EXISTS
+    {6, CFileException::invalidFile},        // ERROR_INVALID_HANDLE
+    {16, CFileException::removeCurrentDir},  // ERROR_CURRENT_DIRECTORY
+    {145, CFileException::removeCurrentDir}, // ERROR_DIR_NOT_EMPTY
+    {25, CFileException::badSeek},           // ERROR_SEEK
+    {131, CFileException::badSeek},          // ERROR_NEGATIVE_SEEK
+    {132, CFileException::badSeek},          // ERROR_SEEK_ON_DEVICE
+    {21, CFileException::hardIO},            // ERROR_NOT_READY
+    {23, CFileException::hardIO},            // ERROR_CRC
+    {29, CFileException::hardIO},            // ERROR_WRITE_FAULT
+    {30, CFileException::hardIO},            // ERROR_READ_FAULT
+    {32, CFileException::sharingViolation},  // ERROR_SHARING_VIOLATION
+    {33, CFileException::lockViolation},     // ERROR_LOCK_VIOLATION
+    {167, CFileException::lockViolation},    // ERROR_LOCK_FAILED
+    {38, CFileException::endOfFile},         // ERROR_HANDLE_EOF
+    {39, CFileException::diskFull},          // ERROR_HANDLE_DISK_FULL
+    {112, CFileException::diskFull},         // ERROR_DISK_FULL
+};
+
 int WindowsErrorToCause(LONG error)
 {
-    switch (error)
-    {
-    case 0: // NO_ERROR
-        return CFileException::none;
-    case 2:  // ERROR_FILE_NOT_FOUND
-    case 18: // ERROR_NO_MORE_FILES
-        return CFileException::fileNotFound;
-    case 3:   // ERROR_PATH_NOT_FOUND
-    case 15:  // ERROR_INVALID_DRIVE
-    case 17:  // ERROR_NOT_SAME_DEVICE
-    case 123: // ERROR_INVALID_NAME
-    case 161: // ERROR_BAD_PATHNAME
-    case 206: // ERROR_FILENAME_EXCED_RANGE
-    case 267: // ERROR_DIRECTORY
-        return CFileException::badPath;
-    case 4: // ERROR_TOO_MANY_OPEN_FILES
-        return CFileException::tooManyOpenFiles;
-    case 5:   // ERROR_ACCESS_DENIED
-    case 12:  // ERROR_INVALID_ACCESS
-    case 19:  // ERROR_WRITE_PROTECT
-    case 80:  // ERROR_FILE_EXISTS
-    case 183: // ERROR_ALREADY_EXISTS
-        return CFileException::accessDenied;
-    case 6: // ERROR_INVALID_HANDLE
-        return CFileException::invalidFile;
-    case 16:  // ERROR_CURRENT_DIRECTORY
-    case 145: // ERROR_DIR_NOT_EMPTY
-        return CFileException::removeCurrentDir;
-    case 25:  // ERROR_SEEK
-    case 131: // ERROR_NEGATIVE_SEEK
-    case 132: // ERROR_SEEK_ON_DEVICE
-        return CFileException::badSeek;
-    case 21: // ERROR_NOT_READY
-    case 23: // ERROR_CRC
-    case 29: // ERROR_WRITE_FAULT
-    case 30: // ERROR_READ_FAULT
-        return CFileException::hardIO;
-    case 32: // ERROR_SHARING_VIOLATION
-        return CFileException::sharingViolation;
-    case 33:  // ERROR_LOCK_VIOLATION
-    case 167: // ERROR_LOCK_FAILED
-        return CFileException::lockViolation;
-    case 38: // ERROR_HANDLE_EOF
-        return CFileException::endOfFile;
-    case 39:  // ERROR_HANDLE_DISK_FULL
-    case 112: // ERROR_DISK_FULL
-        return CFileException::diskFull;
-    default:
-        return CFileException::genericException;
-    }
+    for (const WindowsCause& entry : kWindowsCauses)
+        if (entry.error == error)
+            return entry.cause;
+    return CFileException::genericException;
 }
 #endif
 
