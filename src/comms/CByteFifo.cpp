@@ -74,7 +74,11 @@ struct CByteFifo::State
     unsigned long TakeLocked(unsigned char* out, unsigned long count)
     {
         std::uint64_t const t = tail.load(std::memory_order_relaxed);
-        std::uint64_t const ready = head.load(std::memory_order_acquire) - t;
+        // The producer's head is read again only when what was seen of it is used up: a byte
+        // at a time, re-reading it for every byte would pull its cache line over each time.
+        if (seenHead - t < count)
+            seenHead = head.load(std::memory_order_acquire);
+        std::uint64_t const ready = seenHead - t;
         auto const n = static_cast<unsigned long>(std::min<std::uint64_t>(ready, count));
         if (n == 1)
         {
@@ -132,7 +136,18 @@ struct CByteFifo::State
     alignas(64) std::atomic<std::uint64_t> head{0};
     alignas(64) std::atomic<std::uint64_t> tail{0};
     alignas(64) std::atomic<bool> consumerLock{false};
-    std::atomic<int> waiters{0};
+    // The head as the consumers last read it; consumer lock held. Never ahead of head: the one
+    // step that moves head back (a push-back into a full FIFO) holds the lock and pulls it back.
+    std::uint64_t seenHead = 0;
+    // The tail as the producer last read it, and the push-back count it was read after; the
+    // producer's own.
+    alignas(64) std::uint64_t producerTail = 0;
+    std::uint64_t producerUngets = 0;
+    // Push-backs so far: they move tail back, which a producer's older reading must not miss.
+    alignas(64) std::atomic<std::uint64_t> ungets{0};
+    // Read by the producer on every put; kept off the consumers' lock line, which every take
+    // writes.
+    alignas(64) std::atomic<int> waiters{0};
     std::atomic<bool> wakeSent{false};
     std::mutex sleepLock;
     std::condition_variable arrived;
@@ -146,7 +161,8 @@ void CByteFifo::Empty()
 {
     State& s = *m_pState;
     s.LockConsumers();
-    s.tail.store(s.head.load());
+    s.seenHead = s.head.load();
+    s.tail.store(s.seenHead);
     s.UnlockConsumers();
 }
 
@@ -162,7 +178,16 @@ unsigned long CByteFifo::PutBytes(void const* bytes, unsigned long count)
     for (;;)
     {
         std::uint64_t h = s.head.load(std::memory_order_relaxed);
-        std::uint64_t const held = h - s.tail.load(std::memory_order_acquire);
+        // The consumers' tail is read again only when the last reading leaves too little room,
+        // or a push-back may have moved it back since (the count is taken first, so a tail
+        // read after it is never older than a push-back the count does not show).
+        std::uint64_t const ungets = s.ungets.load(std::memory_order_acquire);
+        if (ungets != s.producerUngets || h - s.producerTail + count > s.capacity)
+        {
+            s.producerUngets = ungets;
+            s.producerTail = s.tail.load(std::memory_order_acquire);
+        }
+        std::uint64_t const held = h - s.producerTail;
         std::uint64_t const room = held >= s.capacity ? 0 : s.capacity - held;
         auto const n = static_cast<unsigned long>(std::min<std::uint64_t>(room, count));
         if (n == 0)
@@ -202,7 +227,7 @@ unsigned long CByteFifo::GetBytes(void* bytes, unsigned long count, unsigned lon
         return 0;
     }
     using Clock = std::chrono::steady_clock;
-    auto const deadline = Clock::now() + std::chrono::milliseconds(timeoutMs);
+    Clock::time_point deadline{}; // read only once a wait is needed: bytes usually are there
     for (;;)
     {
         s.LockConsumers();
@@ -211,6 +236,10 @@ unsigned long CByteFifo::GetBytes(void* bytes, unsigned long count, unsigned lon
         if (n != 0 || timeoutMs == 0)
         {
             return n;
+        }
+        if (deadline == Clock::time_point{})
+        {
+            deadline = Clock::now() + std::chrono::milliseconds(timeoutMs);
         }
         // Several consumers may wait; one that lost the bytes to another waits on for the rest
         // of its time.
@@ -236,6 +265,7 @@ bool CByteFifo::UngetByte(unsigned char byte)
 {
     State& s = *m_pState;
     s.LockConsumers();
+    s.ungets.fetch_add(1);
     // The cell before tail is never one the producer may be filling: it stops a whole ring
     // short of it.
     std::uint64_t const t = s.tail.load(std::memory_order_relaxed) - 1;
@@ -253,6 +283,7 @@ bool CByteFifo::UngetByte(unsigned char byte)
         if (s.head.compare_exchange_strong(h, h - 1))
         {
             kept = false;
+            s.seenHead = std::min(s.seenHead, h - 1);
             break;
         }
     }
