@@ -1,8 +1,6 @@
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
+#include "../support/Scratch.h"
+
 #include <gtest/gtest.h>
-#include <iterator>
 #include <shared/foundation/CLog.h>
 #include <shared/platform/SystemTime.h>
 #include <shared/platform/UserName.h>
@@ -32,11 +30,7 @@ protected:
 
     void SetUp() override
     {
-        char pattern[] = "/tmp/arch-log-XXXXXX";
-        ASSERT_NE(::mkdtemp(pattern), nullptr);
-        m_dir = pattern;
-        m_previousDir = std::filesystem::current_path();
-        std::filesystem::current_path(m_dir);
+        std::filesystem::current_path(m_dir.Path());
         CLog::SetLogFileName("");
     }
 
@@ -44,18 +38,16 @@ protected:
     {
         CLog::SetLogFileName("");
         std::filesystem::current_path(m_previousDir);
-        std::filesystem::remove_all(m_dir);
     }
 
     static std::string Contents(const std::string& path = "Application.log")
     {
-        std::ifstream in(path, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+        return test_support::ScratchFolder::ReadText(path);
     }
 
     static void Put(const std::string& bytes, const std::string& path = "Application.log")
     {
-        std::ofstream(path, std::ios::binary) << bytes;
+        test_support::ScratchFolder::WriteText(path, bytes);
     }
 
     static std::vector<std::string> Lines()
@@ -79,8 +71,8 @@ protected:
     CManualSystemTimeSource m_clock;
     CScopedSystemTimeSource m_useClock;
     ScopedUserName m_user;
-    std::filesystem::path m_dir;
-    std::filesystem::path m_previousDir;
+    test_support::ScratchFolder m_dir;
+    std::filesystem::path m_previousDir = std::filesystem::current_path();
 };
 
 TEST_F(CLogTest, FirstCallCreatesTheDefaultFileWithOneCrLfLine)
@@ -176,13 +168,13 @@ TEST_F(CLogTest, ReadFromLogAppendsAndStopsAtTheFirstEmptyLine)
 
 TEST_F(CLogTest, UnopenableFilesGiveFalseWithoutOtherEffect)
 {
-    CLog::SetLogFileName((m_dir / "missing" / "x.log").string().c_str());
+    CLog::SetLogFileName((m_dir.Path() / "missing" / "x.log").string().c_str());
     EXPECT_FALSE(CLog::AddToLog(0, "lost"));
     CStringList list;
     EXPECT_FALSE(CLog::ReadFromLog(list));
     EXPECT_EQ(list.GetCount(), 0);
 
-    CLog::SetLogFileName(m_dir.string().c_str()); // a directory
+    CLog::SetLogFileName(m_dir.Path().string().c_str()); // a directory
     EXPECT_FALSE(CLog::AddToLog(0, "lost"));
 
     CLog::SetLogFileName("other.log");

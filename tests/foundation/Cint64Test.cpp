@@ -1,12 +1,9 @@
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
+#include "../support/Scratch.h"
+
 #include <gtest/gtest.h>
-#include <iterator>
 #include <shared/archive/CArchive.h>
 #include <shared/foundation/Cint64.h>
 #include <string>
-#include <unistd.h>
 #include <unordered_set>
 
 namespace
@@ -81,14 +78,8 @@ TEST(Cint64, OrderIsUnsignedHighPartFirst)
 
 TEST(Cint64Archive, StoredHighPartFirstEachLittleEndian)
 {
-    const std::string path =
-        (std::filesystem::temp_directory_path() / ("cint64-" + std::to_string(::getpid()) + ".bin"))
-            .string();
-    struct Remove
-    {
-        const std::string& path;
-        ~Remove() { std::filesystem::remove(path); }
-    } const remove{path};
+    const test_support::ScratchFolder folder;
+    const std::string path = folder.File("id.bin");
     {
         CFile file(path.c_str(), CFile::modeCreate | CFile::modeWrite);
         CArchive ar(&file, CArchive::store);
@@ -97,8 +88,7 @@ TEST(Cint64Archive, StoredHighPartFirstEachLittleEndian)
         ar << id;
         ar >> other; // the archive's direction rules: this writes
     }
-    std::ifstream in(path, std::ios::binary);
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}),
+    EXPECT_EQ(test_support::ScratchFolder::ReadText(path),
               std::string("\x0A\0\0\0\xFF\0\0\0\x04\x03\x02\x01\x08\x07\x06\x05", 16));
 
     CFile file(path.c_str(), CFile::modeRead);

@@ -1,12 +1,10 @@
+#include "../support/Scratch.h"
+
 #include <cstdint>
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <iterator>
 #include <shared/foundation/CFileVersion.h>
 #include <shared/platform/VersionResource.h>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
 namespace fs = std::filesystem;
@@ -28,29 +26,6 @@ std::string Fixture(const char* name)
 {
     return (kFixtures / name).string();
 }
-
-std::vector<std::uint8_t> ReadBytes(const fs::path& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
-// One scratch file per process, removed with the object.
-struct TempFile
-{
-    const std::string path =
-        (fs::temp_directory_path() / ("file-version-" + std::to_string(::getpid()))).string();
-    ~TempFile()
-    {
-        std::error_code ec;
-        fs::remove(path, ec);
-    }
-    void Write(const std::uint8_t* data, std::size_t size) const
-    {
-        std::ofstream(path, std::ios::binary | std::ios::trunc)
-            .write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
-    }
-};
 
 void ExpectClosed(const CFileVersion& version)
 {
@@ -113,15 +88,15 @@ TEST(FileVersionTest, ThirtyTwoBitReleaseExecutable)
 TEST(FileVersionTest, FilesWithoutAUsableResourceDoNotOpen)
 {
     REQUIRE_FIXTURES();
-    TempFile text;
-    const std::string words = "MZ is how this text file happens to start\n";
-    text.Write(reinterpret_cast<const std::uint8_t*>(words.data()), words.size());
+    const test_support::ScratchFolder folder;
+    const std::string text = folder.File("text.dll");
+    test_support::ScratchFolder::WriteText(text, "MZ is how this text file happens to start\n");
     const std::vector<std::string> paths{
         Fixture("notranslation32.dll"), // a resource, but no translation table
         Fixture("noversion64.dll"),     // resources, none of them a version
         Fixture("plain64.exe"),         // no resource section
         "/proc/self/exe",               // an ELF binary
-        text.path,
+        text,
         (kFixtures / "missing.dll").string(),
         kFixtures.string(), // a directory
         "",
@@ -167,14 +142,16 @@ TEST(FileVersionTest, OpenReplacesCopiesShareAndCloseIsPerObject)
 TEST(FileVersionTest, TruncatedImagesNeverYieldPartialData)
 {
     REQUIRE_FIXTURES();
-    const std::vector<std::uint8_t> image = ReadBytes(Fixture("full64.dll"));
+    const test_support::Bytes image = test_support::ScratchFolder::Read(Fixture("full64.dll"));
     ASSERT_GT(image.size(), 1024u);
-    TempFile file;
+    const test_support::ScratchFolder folder;
+    const std::string path = folder.File("cut.dll");
     for (std::size_t size = 0; size < image.size(); size += (size < 1024 ? 7 : 61))
     {
-        file.Write(image.data(), size);
+        test_support::ScratchFolder::Write(path,
+                                           {image.begin(), image.begin() + std::ptrdiff_t(size)});
         CFileVersion version;
-        if (version.Open(file.path.c_str()))
+        if (version.Open(path.c_str()))
         {
             // Only padding was cut: everything must read as from the whole file.
             EXPECT_EQ(version.GetFixedProductVersion(), "2.1.0 Beta 3") << size;
@@ -182,6 +159,6 @@ TEST(FileVersionTest, TruncatedImagesNeverYieldPartialData)
         }
         const std::span<const std::uint8_t> prefix(image.data(), size);
         const auto resource = platform::ExtractVersionResource(prefix);
-        EXPECT_EQ(resource.has_value(), version.Open(file.path.c_str())) << size;
+        EXPECT_EQ(resource.has_value(), version.Open(path.c_str())) << size;
     }
 }

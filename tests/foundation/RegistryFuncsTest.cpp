@@ -1,6 +1,5 @@
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
+#include "../support/Scratch.h"
+
 #include <gtest/gtest.h>
 #include <shared/foundation/CRegistryFuncs.h>
 #include <shared/platform/RegistryStore.h>
@@ -17,29 +16,18 @@ namespace
 class RegistryFuncsTest : public ::testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        std::string pattern = (fs::temp_directory_path() / "registry-funcs-XXXXXX").string();
-        ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
-        m_root = pattern;
-        RegistryStore::SetDefaultRoot(m_root);
-    }
-    void TearDown() override
-    {
-        RegistryStore::SetDefaultRoot(std::nullopt);
-        std::error_code ec;
-        fs::remove_all(m_root, ec);
-    }
+    void SetUp() override { RegistryStore::SetDefaultRoot(m_root.Path()); }
+    void TearDown() override { RegistryStore::SetDefaultRoot(std::nullopt); }
 
     // Stores a value of any type directly, as another program might have.
     void Put(const char* subKey, const char* name, const RegistryValue& value)
     {
-        RegistryStore store(m_root);
+        RegistryStore store(m_root.Path());
         ASSERT_EQ(store.CreateKey(HKEY_CURRENT_USER, subKey), 0UL);
         ASSERT_EQ(store.SetValue(HKEY_CURRENT_USER, subKey, name, value), 0UL);
     }
 
-    fs::path m_root;
+    test_support::ScratchFolder m_root;
 };
 
 constexpr const char* kKey = "Software\\Acme\\Warden";
@@ -59,7 +47,8 @@ TEST_F(RegistryFuncsTest, IntegersRoundTripAsThirtyTwoBitValues)
 
     // Stored as REG_DWORD, four little-endian bytes.
     RegistryValue stored;
-    ASSERT_EQ(RegistryStore(m_root).QueryValue(HKEY_CURRENT_USER, kKey, "Port", stored), 0UL);
+    ASSERT_EQ(RegistryStore(m_root.Path()).QueryValue(HKEY_CURRENT_USER, kKey, "Port", stored),
+              0UL);
     EXPECT_EQ(stored, RegistryValue::Dword(3));
 
     // The short form is the same value cut to 16 bits.
@@ -99,7 +88,7 @@ TEST_F(RegistryFuncsTest, StringsRoundTripAndDefaultWhenMissingOrEmpty)
     EXPECT_EQ(CRegistryFuncs::GetRegistryStr(HKEY_CURRENT_USER, kKey, "map", "none"),
               "C:\\Maps\\uk.gst");
     RegistryValue stored;
-    ASSERT_EQ(RegistryStore(m_root).QueryValue(HKEY_CURRENT_USER, kKey, "Map", stored), 0UL);
+    ASSERT_EQ(RegistryStore(m_root.Path()).QueryValue(HKEY_CURRENT_USER, kKey, "Map", stored), 0UL);
     EXPECT_EQ(stored.type, REG_SZ);
     EXPECT_EQ(stored.data.size(), 15u); // the zero is counted
 
@@ -128,12 +117,8 @@ TEST_F(RegistryFuncsTest, WriteFailuresReturnFalse)
     EXPECT_FALSE(CRegistryFuncs::WriteRegistryStr(nullptr, kKey, "Port", "x"));
     EXPECT_FALSE(CRegistryFuncs::WriteRegistryStr(HKEY_CURRENT_USER, "\\Bad", "Port", "x"));
     // A store whose root cannot be made.
-    RegistryStore::SetDefaultRoot(m_root / "store" / "sub");
-    std::error_code ec;
-    fs::create_directories(m_root, ec);
-    {
-        std::ofstream(m_root / "store") << "a file where a directory should be";
-    }
+    RegistryStore::SetDefaultRoot(m_root.Path() / "store" / "sub");
+    test_support::ScratchFolder::WriteText(m_root.Path() / "store", "a file, not a folder");
     EXPECT_FALSE(CRegistryFuncs::WriteRegistryInt(HKEY_CURRENT_USER, kKey, "Port", 1));
     EXPECT_EQ(CRegistryFuncs::GetRegistryInt(HKEY_CURRENT_USER, kKey, "Port", 5), 5);
 }

@@ -1,12 +1,10 @@
 #pragma once
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
+#include "../support/Scratch.h"
+
 #include <gtest/gtest.h>
 #include <shared/framework/CStdioFile.h>
 #include <shared/phonebook/CPhonebookEntryAttributes.h>
-#include <sstream>
 #include <string>
 
 // Bit 0 allows voice, then spot, track, geofence, SOS and warden warnings.
@@ -21,28 +19,16 @@ inline CPhonebookEntryAttributes Permissions(unsigned bits)
 class PhonebookFileTest : public ::testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        std::string pattern =
-            (std::filesystem::temp_directory_path() / "phonebook-XXXXXX").string();
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        m_dir = pattern;
-    }
-    void TearDown() override { std::filesystem::remove_all(m_dir); }
-
-    std::string PathOf(const std::string& name) const { return (m_dir / name).string(); }
+    std::string PathOf(const std::string& name) const { return m_dir.File(name); }
 
     void WriteBytes(const std::string& name, const std::string& bytes) const
     {
-        std::ofstream(PathOf(name), std::ios::binary) << bytes;
+        test_support::ScratchFolder::WriteText(PathOf(name), bytes);
     }
 
     std::string ReadBytes(const std::string& name) const
     {
-        std::ifstream in(PathOf(name), std::ios::binary);
-        std::ostringstream out;
-        out << in.rdbuf();
-        return out.str();
+        return test_support::ScratchFolder::ReadText(PathOf(name));
     }
 
     bool OpenForReading(CStdioFile& file, const std::string& name) const
@@ -56,5 +42,5 @@ protected:
                          CFile::modeCreate | CFile::modeWrite | CFile::typeText) != FALSE;
     }
 
-    std::filesystem::path m_dir;
+    test_support::ScratchFolder m_dir;
 };

@@ -1,10 +1,10 @@
+#include "../support/Scratch.h"
+
 #include <atomic>
 #include <csignal>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <gtest/gtest.h>
-#include <iterator>
 #include <random>
 #include <shared/foundation/CLog.h>
 #include <shared/framework/CFile.h>
@@ -63,20 +63,15 @@ class FileSystemTest : public ::testing::Test
 protected:
     void SetUp() override
     {
-        char pattern[] = "/tmp/shared-fs-XXXXXX";
-        ASSERT_NE(::mkdtemp(pattern), nullptr);
-        m_dir = pattern;
         g_faults.interruptions = 0;
         g_faults.writeLimit = 0;
         g_faults.diskFull = false;
     }
-    void TearDown() override { std::filesystem::remove_all(m_dir); }
 
-    std::string PathOf(const std::string& name) const { return (m_dir / name).string(); }
+    std::string PathOf(const std::string& name) const { return m_folder.File(name); }
     static std::string Contents(const std::string& path)
     {
-        std::ifstream in(path, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+        return test_support::ScratchFolder::ReadText(path);
     }
     std::vector<std::string> Entries() const
     {
@@ -87,7 +82,8 @@ protected:
         return names;
     }
 
-    std::filesystem::path m_dir;
+    test_support::ScratchFolder m_folder;
+    const std::filesystem::path& m_dir = m_folder.Path();
 };
 
 // Saves text through a replacement as the library's collections do; the CFileException cause

@@ -1,8 +1,6 @@
-#include <shared/platform/LibraryVersion.h>
-
-#include <gtest/gtest.h>
-
 #include <cstdio>
+#include <gtest/gtest.h>
+#include <shared/platform/LibraryVersion.h>
 
 TEST(LibraryVersion, IsMajorMinorPatch)
 {

