@@ -259,8 +259,6 @@ int CTokenArray::SplitInPlace(std::string_view text, char const* separators, E_T
     bool const keepEmpty = (mode & TM_KEEP_EMPTY) != 0;
     bool const trim = (mode & TM_TRIM) != 0;
 
-    CharacterSet const isSeparator(separators);
-    CharacterSet const stops = TokenStops(separators, quotes);
     char const* pos = text.data();
     char const* const end = pos + text.size();
     int count = 0;
@@ -273,6 +271,30 @@ int CTokenArray::SplitInPlace(std::string_view text, char const* separators, E_T
         tokens[count++] = std::string_view(first, static_cast<std::size_t>(last - first));
         return true;
     };
+    // One separator and no quote, as in nearly every device sentence: each token is simply the
+    // run up to the next separator.
+    if (separators != nullptr && separators[0] != '\0' && separators[1] == '\0' &&
+        (!quotes || text.find('"') == std::string_view::npos))
+    {
+        char const separator = separators[0];
+        while (pos != end)
+        {
+            char const* stop = static_cast<char const*>(
+                std::memchr(pos, separator, static_cast<std::size_t>(end - pos)));
+            char const* const start = pos;
+            pos = stop != nullptr ? stop + 1 : end;
+            if (stop == nullptr)
+                stop = end;
+            if ((stop != start || keepEmpty) && !store(start, stop))
+                return -1;
+            if (pos == end && keepEmpty && end[-1] == separator && !store(end, end))
+                return -1;
+        }
+        return count;
+    }
+
+    CharacterSet const isSeparator(separators);
+    CharacterSet const stops = TokenStops(separators, quotes);
     // The same walk as TokenizeString's, less the editing these modes never do.
     while (pos != end)
     {

@@ -1,7 +1,52 @@
 #include "NmeaFields.h"
 
 #include <charconv>
+#include <cstdint>
 #include <cstring>
+
+namespace
+{
+// The plain decimals devices send (digits with an optional point) are read here; only what this
+// cannot read exactly goes to from_chars. A mantissa below 2^53 and a power of ten up to 10^22
+// are both exact doubles, and one IEEE division of exact values is correctly rounded, so the
+// result is the very double from_chars gives (the classic fast path of decimal conversion).
+bool ReadPlainDecimal(char const* first, char const* last, double& value, char const*& end)
+{
+    static constexpr double kPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                              1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                              1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+    char const* p = first;
+    bool const negative = p != last && *p == '-';
+    if (negative)
+        ++p;
+    std::uint64_t mantissa = 0;
+    int digits = 0;
+    int fraction = -1; // digits after the point, -1 before any point
+    for (; p != last; ++p)
+    {
+        if (*p >= '0' && *p <= '9')
+        {
+            mantissa = mantissa * 10 + static_cast<unsigned>(*p - '0');
+            ++digits;
+            if (fraction >= 0)
+                ++fraction;
+        }
+        else if (*p == '.' && fraction < 0)
+            fraction = 0;
+        else
+            break;
+    }
+    // An exponent, no digits at all, or too many of them: the general reader decides.
+    if (digits == 0 || digits > 19 || mantissa > (std::uint64_t{1} << 53) || fraction > 22 ||
+        (p != last && (*p == 'e' || *p == 'E')))
+        return false;
+    double const magnitude =
+        static_cast<double>(mantissa) / kPowersOfTen[fraction > 0 ? fraction : 0];
+    value = negative ? -magnitude : magnitude;
+    end = p;
+    return true;
+}
+} // namespace
 
 namespace nmea_fields
 {
@@ -23,10 +68,15 @@ bool ReadLeadingNumber(std::string_view text, double& value, int& consumed)
             return false;
     }
     double parsed = 0.0;
-    auto const [end, error] = std::from_chars(first, last, parsed, std::chars_format::general);
-    // A number beyond the range of double is no reading a device could have meant.
-    if (error != std::errc())
-        return false;
+    char const* end = nullptr;
+    if (!ReadPlainDecimal(first, last, parsed, end))
+    {
+        auto const result = std::from_chars(first, last, parsed, std::chars_format::general);
+        // A number beyond the range of double is no reading a device could have meant.
+        if (result.ec != std::errc())
+            return false;
+        end = result.ptr;
+    }
     value = parsed;
     consumed = static_cast<int>(end - text.data());
     return true;
