@@ -34,7 +34,7 @@ set(SHARED_POSIX_ONLY_TESTS
     platform/RegistryStoreTest.cpp
     comms/SerialPortDeviceTest.cpp
     comms/ZModemSzTest.cpp
-    platform/ChildProcessTest.cpp) # no command line on Windows (warden receive --exec)
+    platform/ChildProcessTest.cpp) # sh and /proc; tests/windows tests cmd.exe and job objects
 
 # Single cases that cannot hold on Windows, per folder as GoogleTest exclusions:
 # - zone rules read from TZ and tzfiles; on Windows they come from GetTimeZoneInformation;

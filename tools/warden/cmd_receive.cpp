@@ -4,8 +4,9 @@
 // Receives files over ZModem into DIR (default: the current directory) with a progress line
 // per file and a summary. Each file is written to a temporary file beside its target and
 // renamed into place only once it arrived whole; an existing file is never replaced unless
-// --overwrite is given (the sender is told to skip it). --exec runs COMMAND through /bin/sh
-// with its standard input and output as the line (e.g. --exec 'sz -q report.log').
+// --overwrite is given (the sender is told to skip it). --exec runs COMMAND through the shell
+// (/bin/sh; cmd.exe on Windows) with its standard input and output as the line (e.g. --exec
+// 'sz -q report.log').
 
 #include "Command.h"
 #include "Json.h"
@@ -79,8 +80,8 @@ protected:
     static constexpr long WAIT_SLICE_MS = 200;
 };
 
-// A command run through /bin/sh whose standard input and output are the line. The command and
-// whatever it starts are ended together when the session ends, however it ends.
+// A command run through the system's shell whose standard input and output are the line. The
+// command and whatever it starts are ended together when the session ends, however it ends.
 class CommandLine : public Line
 {
 public:

@@ -5,6 +5,7 @@
 // that has forked a program would otherwise leave that program running when only the shell is
 // stopped.
 
+#include <cstdint>
 #include <shared/platform/Export.h>
 #include <string>
 
@@ -47,10 +48,15 @@ private:
     void CloseLine();
 
     int m_pid = -1;
-    int m_toChild = -1;
-    int m_fromChild = -1;
+    int m_toChild = -1;   // POSIX: our end of the command's standard input
+    int m_fromChild = -1; // POSIX: our end of its standard output
     int m_exitCode = -1;
     std::string m_error;
+    // Windows: the process, the job object that holds its group, and our pipe ends, as handles.
+    std::intptr_t m_hProcess = 0;
+    std::intptr_t m_hJob = 0;
+    std::intptr_t m_hToChild = 0;
+    std::intptr_t m_hFromChild = 0;
 };
 
 } // namespace shared::platform
