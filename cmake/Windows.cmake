@@ -48,9 +48,6 @@ set(SHARED_WINDOWS_EXCLUDED_CASES_framework
 set(SHARED_WINDOWS_EXCLUDED_CASES_foundation "RegistryFuncsTest.WriteFailuresReturnFalse")
 set(SHARED_WINDOWS_EXCLUDED_CASES_platform
     "SystemTimeTest.BreakDownAgreesWithTheCLibraryAcrossCenturies:TimeZoneRulesTest.EnvironmentAndOverride:TimeZoneRulesTest.StateAndTransitionsMatchTheCLibrary")
-# Hangs now and then under Wine (about one run in three), never on Linux; left out until it is
-# known whether Wine's or the library's locking is at fault.
-set(SHARED_WINDOWS_EXCLUDED_CASES_comms "SigSlot.ConcurrentWiringEmissionAndDestructionStayConsistent")
 
 
 function(shared_windows_test_sources sources_var folder)

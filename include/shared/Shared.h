@@ -29,6 +29,7 @@
 #include <shared/platform/SerialPortPath.h>
 #include <shared/platform/StandardStreams.h>
 #include <shared/platform/WakeDescriptor.h>
+#include <shared/platform/WordWait.h>
 #include <shared/platform/RegistryStore.h>
 #include <shared/platform/SystemError.h>
 #include <shared/platform/SystemTime.h>

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <shared/platform/Export.h>
+#include <shared/platform/WordWait.h>
 #include <thread>
 
 // The recursive lock of every signal and slot. Recursive because a slot may connect, disconnect
@@ -9,7 +10,7 @@
 //
 // An emission releases and retakes its signal's lock around every slot it calls, so the lock is
 // inline and takes one atomic step each way when nobody else wants it; a thread that finds it
-// taken sleeps on the word itself (a futex on Linux).
+// taken sleeps on the word itself (a futex on Linux, WaitOnAddress on Windows).
 class SHARED_API CSigSlotMutex
 {
 public:
@@ -44,7 +45,7 @@ public:
         m_owner.store(std::thread::id(), std::memory_order_relaxed);
         if (m_state.exchange(kFree, std::memory_order_release) == kContended)
         {
-            m_state.notify_one();
+            shared::platform::WakeOneWaiter(m_state);
         }
     }
     bool TryLock()
@@ -80,7 +81,7 @@ private:
         // Marking the word contended before sleeping makes the holder's Unlock wake us.
         while (m_state.exchange(kContended, std::memory_order_acquire) != kFree)
         {
-            m_state.wait(kContended, std::memory_order_relaxed);
+            shared::platform::WaitWhileEqual(m_state, kContended);
         }
     }
 
