@@ -3,6 +3,8 @@
 // Helpers shared by the archive and places tests: a scratch folder, files from bytes, archives
 // over them, and the cause of the archive exception a piece of code throws.
 
+#include "../support/Scratch.h"
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -19,7 +21,7 @@
 namespace archive_test
 {
 
-using Bytes = std::vector<unsigned char>;
+using test_support::Bytes;
 
 // Bytes written out by hand, for golden comparisons.
 inline Bytes B(std::initializer_list<int> values)
@@ -42,38 +44,7 @@ inline void AppendText(Bytes& to, const std::string& text)
     to.insert(to.end(), text.begin(), text.end());
 }
 
-// A temporary folder, removed with everything in it.
-class ScratchFolder
-{
-public:
-    ScratchFolder()
-    {
-        std::string pattern = (std::filesystem::temp_directory_path() / "shared-XXXXXX").string();
-        if (::mkdtemp(pattern.data()) == nullptr)
-            throw std::runtime_error("cannot make a scratch folder");
-        m_path = pattern;
-    }
-    ~ScratchFolder() { std::filesystem::remove_all(m_path); }
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
-
-    std::string File(const std::string& name) const { return (m_path / name).string(); }
-
-    static void Write(const std::string& path, const Bytes& bytes)
-    {
-        std::ofstream(path, std::ios::binary)
-            .write(reinterpret_cast<const char*>(bytes.data()),
-                   static_cast<std::streamsize>(bytes.size()));
-    }
-    static Bytes Read(const std::string& path)
-    {
-        std::ifstream in(path, std::ios::binary);
-        return Bytes(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    }
-
-private:
-    std::filesystem::path m_path;
-};
+using test_support::ScratchFolder;
 
 // What a store archive writes when body runs on it.
 inline Bytes Store(const std::function<void(CArchive&)>& body, int bufferSize = 4096)

@@ -4,6 +4,8 @@
 // receiver sends, and receivers whose file store is memory and whose line is either a scripted
 // byte queue or a real sender (lrzsz's sz) run as a command, optionally through a noisy line.
 
+#include "../support/Scratch.h"
+
 #include <cstdint>
 #include <deque>
 #include <filesystem>
@@ -338,30 +340,7 @@ inline bool HaveProgram(const std::string& name)
     return ::access(("/usr/bin/" + name).c_str(), X_OK) == 0;
 }
 
-// A temporary directory, removed with everything in it.
-class TempDir
-{
-public:
-    TempDir()
-    {
-        std::string pattern =
-            (std::filesystem::temp_directory_path() / "zmodem-test-XXXXXX").string();
-        if (::mkdtemp(pattern.data()) != nullptr)
-            m_path = pattern;
-    }
-    ~TempDir()
-    {
-        std::error_code ignored;
-        if (!m_path.empty())
-            std::filesystem::remove_all(m_path, ignored);
-    }
-    TempDir(const TempDir&) = delete;
-    TempDir& operator=(const TempDir&) = delete;
-    const std::filesystem::path& Path() const { return m_path; }
-
-private:
-    std::filesystem::path m_path;
-};
+using TempDir = test_support::ScratchFolder;
 
 inline Bytes RandomBytes(std::size_t size, std::uint32_t seed)
 {
@@ -375,9 +354,7 @@ inline Bytes RandomBytes(std::size_t size, std::uint32_t seed)
 inline void WriteFile(const std::filesystem::path& path, const Bytes& data)
 {
     std::filesystem::create_directories(path.parent_path());
-    std::ofstream out(path, std::ios::binary);
-    out.write(reinterpret_cast<const char*>(data.data()),
-              static_cast<std::streamsize>(data.size()));
+    test_support::ScratchFolder::Write(path, data);
 }
 
 // sz with `arguments` (plain names, no quoting needed) run in `directory`.

@@ -1,9 +1,6 @@
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <functional>
+#include "../archive/ArchiveTestSupport.h"
+
 #include <gtest/gtest.h>
-#include <iterator>
 #include <shared/archive/CArchive.h>
 #include <shared/framework/CException.h>
 #include <shared/framework/CFile.h>
@@ -15,53 +12,9 @@
 namespace
 {
 
-using Bytes = std::vector<unsigned char>;
-
-class ScratchFile
-{
-public:
-    ScratchFile()
-    {
-        char pattern[] = "/tmp/fw-serialize-XXXXXX";
-        if (::mkdtemp(pattern) != nullptr)
-            m_dir = pattern;
-    }
-    ~ScratchFile() { std::filesystem::remove_all(m_dir); }
-    ScratchFile(const ScratchFile&) = delete;
-    ScratchFile& operator=(const ScratchFile&) = delete;
-
-    std::string Path() const { return (m_dir / "data.bin").string(); }
-
-    Bytes Store(const std::function<void(CArchive&)>& body) const
-    {
-        {
-            CFile file;
-            EXPECT_TRUE(file.Open(Path().c_str(), CFile::modeCreate | CFile::modeWrite));
-            CArchive ar(&file, CArchive::store);
-            body(ar);
-            ar.Close();
-            file.Close();
-        }
-        std::ifstream in(Path(), std::ios::binary);
-        return Bytes(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    }
-
-    void Load(const Bytes& bytes, const std::function<void(CArchive&)>& body) const
-    {
-        {
-            std::ofstream out(Path(), std::ios::binary | std::ios::trunc);
-            out.write(reinterpret_cast<const char*>(bytes.data()),
-                      static_cast<std::streamsize>(bytes.size()));
-        }
-        CFile file;
-        EXPECT_TRUE(file.Open(Path().c_str(), CFile::modeRead));
-        CArchive ar(&file, CArchive::load);
-        body(ar);
-    }
-
-private:
-    std::filesystem::path m_dir;
-};
+using archive_test::Bytes;
+using archive_test::Load;
+using archive_test::Store;
 
 // A count of three, then "a", "" and "xyz" with their one-byte lengths.
 const Bytes kThreeStrings = {0x03, 0x00, 0x01, 'a', 0x00, 0x03, 'x', 'y', 'z'};
@@ -70,7 +23,6 @@ const Bytes kThreeStrings = {0x03, 0x00, 0x01, 'a', 0x00, 0x03, 'x', 'y', 'z'};
 
 TEST(CStringSerializeTest, ArrayAndListUseTheFrameworkLayoutBothWays)
 {
-    ScratchFile scratch;
     CStringArray array;
     CStringList list;
     for (const char* text : {"a", "", "xyz"})
@@ -78,20 +30,20 @@ TEST(CStringSerializeTest, ArrayAndListUseTheFrameworkLayoutBothWays)
         array.Add(text);
         list.AddTail(text);
     }
-    EXPECT_EQ(scratch.Store([&](CArchive& ar) { array.Serialize(ar); }), kThreeStrings);
-    EXPECT_EQ(scratch.Store([&](CArchive& ar) { list.Serialize(ar); }), kThreeStrings);
+    EXPECT_EQ(Store([&](CArchive& ar) { array.Serialize(ar); }), kThreeStrings);
+    EXPECT_EQ(Store([&](CArchive& ar) { list.Serialize(ar); }), kThreeStrings);
 
     // An array is replaced by what it loads; a list appends it.
     CStringArray loadedArray;
     loadedArray.Add("replaced");
-    scratch.Load(kThreeStrings, [&](CArchive& ar) { loadedArray.Serialize(ar); });
+    Load(kThreeStrings, [&](CArchive& ar) { loadedArray.Serialize(ar); });
     ASSERT_EQ(loadedArray.GetSize(), 3);
     EXPECT_EQ(loadedArray[0], "a");
     EXPECT_EQ(loadedArray[1], "");
     EXPECT_EQ(loadedArray[2], "xyz");
     CStringList loadedList;
     loadedList.AddTail("kept");
-    scratch.Load(kThreeStrings, [&](CArchive& ar) { loadedList.Serialize(ar); });
+    Load(kThreeStrings, [&](CArchive& ar) { loadedList.Serialize(ar); });
     ASSERT_EQ(loadedList.GetCount(), 4);
     EXPECT_EQ(loadedList.GetHead(), "kept");
     EXPECT_EQ(loadedList.GetTail(), "xyz");
@@ -99,14 +51,13 @@ TEST(CStringSerializeTest, ArrayAndListUseTheFrameworkLayoutBothWays)
 
 TEST(CStringSerializeTest, TruncatedDataLeavesTheArrayAsItWas)
 {
-    ScratchFile scratch;
     CStringArray array;
     array.Add("original");
     const Bytes truncated = {0x05, 0x00, 0x01, 'a'};
     bool threw = false;
     try
     {
-        scratch.Load(truncated, [&](CArchive& ar) { array.Serialize(ar); });
+        Load(truncated, [&](CArchive& ar) { array.Serialize(ar); });
     }
     catch (CException* e)
     {

@@ -1,8 +1,6 @@
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
+#include "../support/Scratch.h"
+
 #include <gtest/gtest.h>
-#include <iterator>
 #include <shared/framework/CFile.h>
 #include <shared/framework/CStdioFile.h>
 #include <string>
@@ -13,27 +11,18 @@ namespace
 class FileTest : public ::testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        char pattern[] = "/tmp/arch-file-XXXXXX";
-        ASSERT_NE(::mkdtemp(pattern), nullptr);
-        m_dir = pattern;
-    }
-    void TearDown() override { std::filesystem::remove_all(m_dir); }
-
-    std::string PathOf(const char* name) const { return (m_dir / name).string(); }
-
+    std::string PathOf(const char* name) const { return m_folder.File(name); }
     static std::string Contents(const std::string& path)
     {
-        std::ifstream in(path, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+        return test_support::ScratchFolder::ReadText(path);
     }
     static void Put(const std::string& path, const std::string& bytes)
     {
-        std::ofstream(path, std::ios::binary) << bytes;
+        test_support::ScratchFolder::WriteText(path, bytes);
     }
 
-    std::filesystem::path m_dir;
+    test_support::ScratchFolder m_folder;
+    const std::filesystem::path& m_dir = m_folder.Path();
 };
 
 // Runs body and returns the cause of the CFileException* it throws (-1 when none).

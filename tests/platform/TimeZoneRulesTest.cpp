@@ -1,8 +1,8 @@
+#include "../support/Scratch.h"
 #include "TzEnvironment.h"
 
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <random>
 #include <shared/platform/TimeZoneRules.h>
@@ -164,12 +164,11 @@ TEST(TimeZoneRulesTest, ReadsTheRuleAtTheEndOfZoneFiles)
     ASSERT_TRUE(london);
     EXPECT_EQ(london->GetPosixString(), "GMT0BST,M3.5.0/1,M10.5.0");
 
-    const auto dir = std::filesystem::temp_directory_path() / "time_zone_rules_test";
-    std::filesystem::create_directories(dir);
+    const test_support::ScratchFolder folder;
     const auto write = [&](const char* name, const std::string& bytes)
     {
-        std::ofstream(dir / name, std::ios::binary) << bytes;
-        return (dir / name).string();
+        test_support::ScratchFolder::WriteText(folder.File(name), bytes);
+        return folder.File(name);
     };
     EXPECT_FALSE(TimeZoneRules::FromZoneFile(write("text", "CET-1CEST,M3.5.0,M10.5.0/3\n")));
     EXPECT_FALSE(TimeZoneRules::FromZoneFile(write("empty", "")));
@@ -182,8 +181,7 @@ TEST(TimeZoneRulesTest, ReadsTheRuleAtTheEndOfZoneFiles)
         write("v2", "TZif2" + std::string(60, '\0') + "\nCET-1CEST,M3.5.0,M10.5.0/3\n"));
     ASSERT_TRUE(synthetic);
     EXPECT_EQ(synthetic->GetInformation(0).Bias, -60);
-    EXPECT_FALSE(TimeZoneRules::FromZoneFile((dir / "missing").string()));
-    std::filesystem::remove_all(dir);
+    EXPECT_FALSE(TimeZoneRules::FromZoneFile(folder.File("missing")));
 }
 
 TEST(TimeZoneRulesTest, EnvironmentAndOverride)

@@ -1,4 +1,5 @@
 #include "../platform/TzEnvironment.h"
+#include "../support/Scratch.h"
 
 #include <atomic>
 #include <cmath>
@@ -40,20 +41,15 @@ COleDateTime Plus(COleDateTime dt, double seconds)
 class ClockTest : public ::testing::Test
 {
 protected:
-    ClockTest()
-        : m_pc(UtcMilliseconds(2006, 6, 12, 10, 0, 0), 3600), m_use(m_pc),
-          m_logDir(std::filesystem::temp_directory_path() /
-                   ("clock_test_" + std::to_string(::getpid())))
+    ClockTest() : m_pc(UtcMilliseconds(2006, 6, 12, 10, 0, 0), 3600), m_use(m_pc)
     {
-        std::filesystem::create_directories(m_logDir);
-        CLog::SetLogFileName(CString((m_logDir / "Application.log").string().c_str()));
+        CLog::SetLogFileName(CString(m_logDir.File("Application.log").c_str()));
         ClearCorrection();
     }
     ~ClockTest() override
     {
         ClearCorrection();
         CLog::SetLogFileName(CString());
-        std::filesystem::remove_all(m_logDir);
     }
 
     void ClearCorrection()
@@ -72,15 +68,12 @@ protected:
 
     std::string Log() const
     {
-        std::ifstream in(m_logDir / "Application.log");
-        std::stringstream text;
-        text << in.rdbuf();
-        return text.str();
+        return test_support::ScratchFolder::ReadText(m_logDir.File("Application.log"));
     }
 
     CManualSystemTimeSource m_pc;
     CScopedSystemTimeSource m_use;
-    std::filesystem::path m_logDir;
+    test_support::ScratchFolder m_logDir;
 };
 
 } // namespace
