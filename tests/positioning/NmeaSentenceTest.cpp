@@ -1,11 +1,15 @@
+#include <charconv>
 #include <cstdio>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <memory>
+#include <random>
 #include <shared/foundation/CTokenArray.h>
 #include <shared/positioning/CNmeaGPIOP.h>
 #include <shared/positioning/CNmeaGPLOG.h>
 #include <shared/positioning/CNmeaGPRMC.h>
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -282,4 +286,46 @@ TEST(NmeaSentence, NumberHelpers)
     EXPECT_STREQ(tokens[1], "");
     EXPECT_STREQ(tokens[2], "1");
     EXPECT_STREQ(tokens[3], "");
+}
+
+// Speeds are read as from_chars reads them, bit for bit, whatever the digits: the plain decimals
+// devices send take a shorter road than exponents and long digit runs do.
+TEST(NmeaSentence, NumbersReadExactlyAsTheStandardConversion)
+{
+    std::mt19937 random(7);
+    std::vector<std::string> numbers = {"5.",
+                                        ".5",
+                                        "-0",
+                                        "-.25",
+                                        "1e3",
+                                        "2.5E-2",
+                                        "12.5.3",
+                                        "00000000000000000000012.5",
+                                        "9007199254740993",
+                                        "9007199254740992.5",
+                                        "0.1234567890123456789012"};
+    for (int i = 0; i < 3000; ++i)
+    {
+        std::string text = random() % 4 == 0 ? "-" : "";
+        for (unsigned n = random() % 18; n > 0; --n)
+            text += static_cast<char>('0' + random() % 10);
+        text += '.';
+        for (unsigned n = random() % 24; n > 0; --n)
+            text += static_cast<char>('0' + random() % 10);
+        numbers.push_back(text);
+    }
+    for (const std::string& number : numbers)
+    {
+        double expected = 0.0;
+        const bool parses =
+            std::from_chars(number.data(), number.data() + number.size(), expected).ec ==
+            std::errc();
+        const Decoded d = Decode(Framed("GPRMC,101510,A,5212.3,N,00007.5,E," + number + ",,,,,A"));
+        double knots = 0.0;
+        ASSERT_EQ(As<CNmeaGPRMC>(d).GetSpeedInKnots(knots), parses) << number;
+        if (parses)
+        {
+            EXPECT_EQ(std::memcmp(&knots, &expected, sizeof knots), 0) << number << ": " << knots;
+        }
+    }
 }
