@@ -60,6 +60,11 @@ for name, bench in (("signal", "bench_Signal"), ("fifo", "bench_ByteFifo"),
             rows.append((label, "%s %s" % (fmt(float(ours)), unit),
                          "%s %s %s" % (peer, fmt(float(theirs)), unit), "%.2f" % ratio, bench))
 
+m = re.search(r"BM_ByteFifoBlocks\S*\s.*bytes_per_second=([\d.]+)([kMGT])/s", text("fifo"))
+if m:
+    rows.append(("4 KiB blocks between two threads", "%s %sB/s" % m.groups(), "", "",
+                 "bench_ByteFifo"))
+
 # "name  ours 1.234 ms  peer 2.345 ms  ratio 0.53x  allocs/item 0.02" from the archive peers.
 loads = re.compile(r"^(.+?)\s+ours\s+([\d.]+) ms\s+peer\s+([\d.]+) ms\s+ratio\s+([\d.]+)x"
                    r"\s+allocs/item ([\d.]+)")
