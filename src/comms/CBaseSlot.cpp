@@ -52,63 +52,6 @@ bool CBaseSlot::Busy(bool enter)
     return false;
 }
 
-bool CBaseSlot::Enter(E_SigSlotReentrancyMode& mode)
-{
-    mode = m_eMode.load();
-    if (mode == SSRM_SKIP_IF_BUSY)
-    {
-        // Whoever finds the flag set passes by; whoever finds it clear sets it.
-        if (m_busy.CmpSet(0, 1) != 0)
-        {
-            return true;
-        }
-        if (m_bDestroying.load())
-        {
-            m_busy.Set(0);
-            return true;
-        }
-        return false;
-    }
-    m_calls.Inc();
-    if (m_bDestroying.load())
-    {
-        m_calls.Dec();
-        return true;
-    }
-    return false;
-}
-
-bool CBaseSlot::Admit(E_SigSlotReentrancyMode mode)
-{
-    if (mode != SSRM_SERIALIZE)
-    {
-        return true;
-    }
-    m_callMutex.Lock();
-    // The slot may have started dying while this thread waited for the running call.
-    if (m_bDestroying.load())
-    {
-        m_callMutex.Unlock();
-        m_calls.Dec();
-        return false;
-    }
-    return true;
-}
-
-void CBaseSlot::Leave(E_SigSlotReentrancyMode mode)
-{
-    if (mode == SSRM_SKIP_IF_BUSY)
-    {
-        m_busy.Set(0);
-        return;
-    }
-    if (mode == SSRM_SERIALIZE)
-    {
-        m_callMutex.Unlock();
-    }
-    m_calls.Dec();
-}
-
 void CBaseSlot::ConnectSignal(CBaseSignal& signal, unsigned char priority)
 {
     signal.ConnectSlot(*this, priority);

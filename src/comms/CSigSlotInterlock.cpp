@@ -11,12 +11,6 @@ CSigSlotInterlock& CSigSlotInterlock::operator=(CSigSlotInterlock const& other)
     return *this;
 }
 
-long CSigSlotInterlock::CmpSet(long expected, long value)
-{
-    m_lValue.compare_exchange_strong(expected, value);
-    return expected; // on failure compare_exchange stored the value it found there
-}
-
 void CSigSlotInterlock::WaitUntil(long value) const
 {
     while (Get() != value)

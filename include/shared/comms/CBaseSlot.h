@@ -73,3 +73,62 @@ private:
     CSigSlotInterlock m_calls;
     std::atomic<bool> m_bDestroying{false};
 };
+
+// Every emission runs these for every slot it calls: inline, so that a call into a slot costs its
+// atomic steps and nothing more.
+inline bool CBaseSlot::Enter(E_SigSlotReentrancyMode& mode)
+{
+    mode = m_eMode.load();
+    if (mode == SSRM_SKIP_IF_BUSY)
+    {
+        // Whoever finds the flag set passes by; whoever finds it clear sets it.
+        if (m_busy.CmpSet(0, 1) != 0)
+        {
+            return true;
+        }
+        if (m_bDestroying.load())
+        {
+            m_busy.Set(0);
+            return true;
+        }
+        return false;
+    }
+    m_calls.Inc();
+    if (m_bDestroying.load())
+    {
+        m_calls.Dec();
+        return true;
+    }
+    return false;
+}
+
+inline bool CBaseSlot::Admit(E_SigSlotReentrancyMode mode)
+{
+    if (mode != SSRM_SERIALIZE)
+    {
+        return true;
+    }
+    m_callMutex.Lock();
+    // The slot may have started dying while this thread waited for the running call.
+    if (m_bDestroying.load())
+    {
+        m_callMutex.Unlock();
+        m_calls.Dec();
+        return false;
+    }
+    return true;
+}
+
+inline void CBaseSlot::Leave(E_SigSlotReentrancyMode mode)
+{
+    if (mode == SSRM_SKIP_IF_BUSY)
+    {
+        m_busy.Set(0);
+        return;
+    }
+    if (mode == SSRM_SERIALIZE)
+    {
+        m_callMutex.Unlock();
+    }
+    m_calls.Dec();
+}

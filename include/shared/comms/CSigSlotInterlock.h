@@ -19,7 +19,11 @@ public:
     // A release store: whoever later reads the new value also sees what was written before it.
     void Set(long value) { m_lValue.store(value, std::memory_order_release); }
     // Stores value only when the counter equals expected; returns the value found.
-    long CmpSet(long expected, long value);
+    long CmpSet(long expected, long value)
+    {
+        m_lValue.compare_exchange_strong(expected, value);
+        return expected; // on failure compare_exchange stored the value it found there
+    }
     // Polls every millisecond until the counter equals value; used only while a slot is dying,
     // where an event per slot would cost more than the rare wait.
     void WaitUntil(long value) const;
