@@ -62,7 +62,7 @@ for name, bench in (("signal", "bench_Signal"), ("fifo", "bench_ByteFifo"),
 
 m = re.search(r"BM_ByteFifoBlocks\S*\s.*bytes_per_second=([\d.]+)([kMGT])/s", text("fifo"))
 if m:
-    rows.append(("4 KiB blocks between two threads", "%s %sB/s" % m.groups(), "", "",
+    rows.append(("4 KiB blocks between two threads", "%s %sB/s" % (fmt(float(m[1])), m[2]), "", "",
                  "bench_ByteFifo"))
 
 # "name  ours 1.234 ms  peer 2.345 ms  ratio 0.53x  allocs/item 0.02" from the archive peers.
