@@ -129,6 +129,8 @@ TEST(ArchivePrimitives, UnicodeMarkedStringsAreReadAsEightBitText)
     // 0xFF 0xFFFE marks UTF-16; then the usual prefix counts code units: 'A', the euro sign
     // (0x80 in the Western code page), and a surrogate pair that has no 8-bit form.
     Bytes bytes = B({0xFF, 0xFE, 0xFF, 0x04, 0x41, 0x00, 0xAC, 0x20, 0x3D, 0xD8, 0x00, 0xDE});
+    // Surrogates out of pairs: a high one before 'A', a low one after it; each is one '?'.
+    Append(bytes, B({0xFF, 0xFE, 0xFF, 0x03, 0x3D, 0xD8, 0x41, 0x00, 0x00, 0xDE}));
     Append(bytes, B({0xFF, 0xFE, 0xFF, 0xFF, 0x00, 0x01})); // 256 units, 16-bit length
     for (int i = 0; i < 256; ++i)
     {
@@ -140,6 +142,8 @@ TEST(ArchivePrimitives, UnicodeMarkedStringsAreReadAsEightBitText)
              CString text;
              ar >> text;
              EXPECT_EQ(text, CString("A\x80?"));
+             ar >> text;
+             EXPECT_EQ(text, CString("?A?"));
              ar >> text;
              EXPECT_EQ(text, Repeat('\xE9', 256));
          });

@@ -1,6 +1,8 @@
 #include "../support/Scratch.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <shared/foundation/CFileVersion.h>
 #include <shared/platform/VersionResource.h>
@@ -160,5 +162,39 @@ TEST(FileVersionTest, TruncatedImagesNeverYieldPartialData)
         const std::span<const std::uint8_t> prefix(image.data(), size);
         const auto resource = platform::ExtractVersionResource(prefix);
         EXPECT_EQ(resource.has_value(), version.Open(path.c_str())) << size;
+    }
+}
+
+// A section whose raw data is said to end early: what lies after that end in the file belongs to
+// no section, so the resource must not be read from it, whatever bytes are there.
+TEST(FileVersionTest, SectionsEndWhereTheirRawDataEnds)
+{
+    REQUIRE_FIXTURES();
+    const test_support::Bytes image = test_support::ScratchFolder::Read(Fixture("full64.dll"));
+    const auto whole = platform::ExtractVersionResource(image);
+    ASSERT_TRUE(whole);
+    const auto le32 = [&](std::size_t at)
+    {
+        return std::uint32_t{image[at]} | image[at + 1] << 8 | image[at + 2] << 16 |
+               std::uint32_t{image[at + 3]} << 24;
+    };
+    const std::size_t coff = le32(0x3C) + 4;
+    const std::size_t table = coff + 20 + (image[coff + 16] | image[coff + 17] << 8);
+    std::size_t rsrc = table;
+    while (std::memcmp(&image[rsrc], ".rsrc", 5) != 0)
+        rsrc += 40;
+    const std::uint32_t raw = le32(rsrc + 16);
+    const std::uint32_t pointer = le32(rsrc + 20);
+    for (std::uint32_t shorter = 16; shorter < raw; shorter += 16)
+    {
+        test_support::Bytes cut = image;
+        const std::uint32_t size = raw - shorter;
+        for (int i = 0; i < 4; ++i)
+            cut[rsrc + 16 + static_cast<std::size_t>(i)] =
+                static_cast<unsigned char>(size >> (8 * i));
+        std::fill(cut.begin() + std::ptrdiff_t(pointer + size),
+                  cut.begin() + std::ptrdiff_t(pointer + raw), 0x5A);
+        const auto resource = platform::ExtractVersionResource(cut);
+        EXPECT_TRUE(!resource || *resource == *whole) << size;
     }
 }
