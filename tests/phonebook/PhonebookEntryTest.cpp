@@ -22,6 +22,7 @@ TEST(PhonebookEntry, ConstructorCutsToTheDeviceLimitsAndSettersDoNot)
 TEST(PhonebookEntry, NumberChecks)
 {
     EXPECT_FALSE(CPhonebookEntry::CheckNumberLengthOK("12"));
+    EXPECT_TRUE(CPhonebookEntry::CheckNumberLengthOK("1 23")) << "three digits are enough";
     EXPECT_TRUE(CPhonebookEntry::CheckNumberLengthOK("+44 12"));
     EXPECT_FALSE(CPhonebookEntry::CheckNumberLengthOK("1 2")) << "blanks do not count as digits";
     EXPECT_FALSE(CPhonebookEntry::CheckNumberLengthOK(CString('1', 21)));

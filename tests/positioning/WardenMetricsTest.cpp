@@ -70,6 +70,7 @@ TEST(WardenMetrics, UnitConversionsUseDeviceConstantsAndKeepMarkers)
     EXPECT_DOUBLE_EQ(NW::ConvertMetricDistance(1.609269392, false), 1.0);
     EXPECT_DOUBLE_EQ(NW::ConvertMetricDistance(-5.0, false), -5.0);
     EXPECT_NEAR(NW::ConvertMetricFuelConsumption(10.0, false), 28.246, 0.001);
+    EXPECT_DOUBLE_EQ(NW::ConvertMetricFuelConsumption(0.0, false), 0.0) << "not infinite";
     EXPECT_DOUBLE_EQ(NW::ConvertMetricFuelVolume(-1.0, false), -1.0);
     EXPECT_DOUBLE_EQ(NW::GetLitresPer100KmFuelEconomy(5.0, 0.0), -1.0);
     EXPECT_NEAR(NW::ConvertFromKelvin(300.0, NW::eFahrenheit), 80.33, 1e-9);

@@ -269,6 +269,9 @@ TEST(NCivilTimeTest, RuleKindsAndZoneWithoutDaylightSaving)
     rule = {TIMEZONERULE::TYPE_MONTH_WEEK_DAY, 0, 5, 2, 0, 0, 0};
     NCivilTime::ComputeTimeZoneChange(&rule, 2009);
     EXPECT_EQ(rule.ulChangeInstant, 1235260800U); // 2009-02-22
+    rule = {TIMEZONERULE::TYPE_MONTH_WEEK_DAY, 0, 1, 1, 0, 0, 0};
+    NCivilTime::ComputeTimeZoneChange(&rule, 2009);
+    EXPECT_EQ(rule.ulChangeInstant, 1231027200U); // January is a month too: 2009-01-04
     NCivilTime::ComputeTimeZoneChange(nullptr, 2009);
 
     // A fixed zone east of UTC applies its offset at every instant of the year, the last hours
