@@ -35,6 +35,7 @@ TEST(Cint64, TextIsReadAsRightAlignedHexadecimal)
         {"", 0, 0},
         {"12G4", 0, 0x12},                      // stops at the first non-digit
         {"0x1F", 0, 0x1F},                      // the conversion accepts a 0x prefix
+        {"07", 0, 7},                           // but a leading 0 alone is a digit
         {"-1", 0, 0xFFFFFFFF},                  // and a sign, negating modulo 2^32
         {"1FFFFFFFF00000001", 0xFFFFFFFF, 0x1}, // a high part beyond 32 bits saturates
         {"0000000A000000FF", 0xA, 0xFF},
