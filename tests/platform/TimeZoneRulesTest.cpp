@@ -88,6 +88,7 @@ TEST(TimeZoneRulesTest, ZonesWithoutDaylightSaving)
     // Only both ends together make it permanent.
     EXPECT_TRUE(Parse("EST5EDT,0/0,M11.1.0").HasDaylightSaving());
     EXPECT_TRUE(Parse("EST5EDT,M3.2.0,J365/25").HasDaylightSaving());
+    EXPECT_TRUE(Parse("EST5EDT,0/0,J300/25").HasDaylightSaving()) << "ends before the year does";
 }
 
 TEST(TimeZoneRulesTest, UnusualRuleForms)
