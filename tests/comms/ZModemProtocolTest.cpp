@@ -434,10 +434,11 @@ TEST(ZModemSession, ScriptedSessionsStoreAndAnswerAsExpected)
     badFile[badFile.size() - 3] ^= 0x04;
     Bytes badAttention = enc.Data32(ToBytes("XYZ"), 'k');
     badAttention[1] ^= 0x02;
-    // Stray control bytes and XOFF with parity between every byte of an escaped subpacket.
+    // Stray control bytes (NUL among them) and XOFF with parity between every byte of an
+    // escaped subpacket.
     Bytes noisy;
     for (auto b : escaping.Data32(Bytes{1, 2, 3}, 'h'))
-        Append(noisy, {b, 0x05, 0x93});
+        Append(noisy, {b, 0x05, 0x00, 0x93});
     auto file = [&](const char* name, const char* info)
     { return FileHeader(enc, Frames::Bin32, name, info); };
     auto frame = [&](std::uint32_t at, const Bytes& data, std::size_t chunk = 1024)
