@@ -307,10 +307,10 @@ TEST(NmeaSentence, NumbersReadExactlyAsTheStandardConversion)
     for (int i = 0; i < 3000; ++i)
     {
         std::string text = random() % 4 == 0 ? "-" : "";
-        for (unsigned n = random() % 18; n > 0; --n)
+        for (auto n = random() % 18; n > 0; --n)
             text += static_cast<char>('0' + random() % 10);
         text += '.';
-        for (unsigned n = random() % 24; n > 0; --n)
+        for (auto n = random() % 24; n > 0; --n)
             text += static_cast<char>('0' + random() % 10);
         numbers.push_back(text);
     }
