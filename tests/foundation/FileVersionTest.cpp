@@ -175,11 +175,11 @@ TEST(FileVersionTest, SectionsEndWhereTheirRawDataEnds)
     ASSERT_TRUE(whole);
     const auto le32 = [&](std::size_t at)
     {
-        return std::uint32_t{image[at]} | image[at + 1] << 8 | image[at + 2] << 16 |
-               std::uint32_t{image[at + 3]} << 24;
+        return std::uint32_t{image[at]} | std::uint32_t{image[at + 1]} << 8 |
+               std::uint32_t{image[at + 2]} << 16 | std::uint32_t{image[at + 3]} << 24;
     };
     const std::size_t coff = le32(0x3C) + 4;
-    const std::size_t table = coff + 20 + (image[coff + 16] | image[coff + 17] << 8);
+    const std::size_t table = coff + 20 + (std::size_t{image[coff + 16]} | std::size_t{image[coff + 17]} << 8);
     std::size_t rsrc = table;
     while (std::memcmp(&image[rsrc], ".rsrc", 5) != 0)
         rsrc += 40;
