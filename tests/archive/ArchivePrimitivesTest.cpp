@@ -38,11 +38,8 @@ TEST(ArchivePrimitives, ValuesAreLittleEndianInTheirWindowsWidths)
              auto& [by, w, dw, l, s, ch, yes, no, f, d, ll, ull, u, i] = values;
              ar >> by >> w >> dw >> l >> s >> ch >> yes >> no >> f >> d >> ll >> ull >> u >> i;
              EXPECT_TRUE(ar.IsBufferEmpty());
-             EXPECT_EQ(Store(
-                           [&](CArchive& again) {
-                               again << by << w << dw << l << s << ch << yes << no << f << d << ll
-                                     << ull << u << i;
-                           }),
+             EXPECT_EQ(Store([&](CArchive& again)
+                             { std::apply([&](auto&... v) { (again << ... << v); }, values); }),
                        expected);
          });
 }

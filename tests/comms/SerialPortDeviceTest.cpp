@@ -312,7 +312,7 @@ TEST_F(SerialPortDeviceTest, FifoSizeFollowsBufferSizeAndOverflowIsReported)
 
         // Pushing back into the full FIFO drops the newest byte and says so.
         // The overflow may be reported more than once while the rest of the burst comes in.
-        ASSERT_TRUE(WaitUntil([&] { return device.GetBytesReady() == holds; }));
+        ASSERT_TRUE(WaitUntil([&, holds = holds] { return device.GetBytesReady() == holds; }));
         std::this_thread::sleep_for(50ms);
         std::size_t const before = lineErrors.Records().size();
         EXPECT_FALSE(device.Unread('!'));

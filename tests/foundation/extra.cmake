@@ -72,3 +72,15 @@ if(TARGET warden)
     set_tests_properties(foundation.warden.log_cp1252 foundation.warden.log_level_any_case
                          PROPERTIES LABELS "foundation;cli" ENVIRONMENT "TZ=UTC0")
 endif()
+
+if(TARGET warden)
+    set(fixtures)
+    if(TARGET foundation_pe_fixtures)
+        set(fixtures -DFIXTURES=${CMAKE_CURRENT_BINARY_DIR}/pe-fixtures)
+    endif()
+    add_test(NAME foundation.warden.reg_and_version
+             COMMAND ${CMAKE_COMMAND} -DWARDEN=$<TARGET_FILE:warden>
+                     -DSTORE=${CMAKE_CURRENT_BINARY_DIR}/warden-reg-store ${fixtures}
+                     -P ${CMAKE_CURRENT_LIST_DIR}/warden_reg_version.cmake)
+    set_tests_properties(foundation.warden.reg_and_version PROPERTIES LABELS "foundation;cli")
+endif()
