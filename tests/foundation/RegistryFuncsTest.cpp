@@ -116,6 +116,9 @@ TEST_F(RegistryFuncsTest, WriteFailuresReturnFalse)
     EXPECT_FALSE(CRegistryFuncs::WriteRegistryInt(HKEY_PERFORMANCE_DATA, kKey, "Port", 1));
     EXPECT_FALSE(CRegistryFuncs::WriteRegistryStr(nullptr, kKey, "Port", "x"));
     EXPECT_FALSE(CRegistryFuncs::WriteRegistryStr(HKEY_CURRENT_USER, "\\Bad", "Port", "x"));
+    // The key can be made but not the value: a name longer than Windows allows.
+    const std::string tooLong(16384, 'n');
+    EXPECT_FALSE(CRegistryFuncs::WriteRegistryStr(HKEY_CURRENT_USER, kKey, tooLong.c_str(), "x"));
     // A store whose root cannot be made.
     RegistryStore::SetDefaultRoot(m_root.Path() / "store" / "sub");
     test_support::ScratchFolder::WriteText(m_root.Path() / "store", "a file, not a folder");

@@ -239,6 +239,8 @@ TEST_F(FileSystemTest, NextSaveRemovesTheTemporariesOfDeadWriters)
     EXPECT_TRUE(shared::platform::IsProcessRunning(shared::platform::CurrentProcessId()));
     // Beyond the range of process ids, not a live one that it would wrap onto.
     EXPECT_FALSE(shared::platform::IsProcessRunning(0x100000001ul));
+    // Not "every process of our group", which kill() would take 0 for.
+    EXPECT_FALSE(shared::platform::IsProcessRunning(0));
     const std::string deadTemp = "a.dat~" + std::to_string(dead) + "-3.savetmp";
     const std::string liveTemp = "a.dat~1-0.savetmp"; // init never goes away
     const std::string otherTemp = "b.dat~" + std::to_string(dead) + "-0.savetmp";
