@@ -24,6 +24,8 @@
 #include <shared/time/CClock.h>
 #include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 namespace
 {
@@ -50,9 +52,44 @@ public:
                 char const* message) override
     {
         std::lock_guard guard(m_lock);
+        if (m_holding)
+        {
+            m_held.push_back({level, message});
+            return false;
+        }
         std::cerr << "warden: COM" << port << (level == Device::LEVEL_WARNING ? " warning: " : ": ")
                   << message << " (" << code << ")\n";
         return false;
+    }
+    // Reports of an open are held until its outcome is known: a failed open is one line that
+    // carries the device's own reason, and a port waited for with --reconnect does not print
+    // its failure twice a second.
+    void Hold()
+    {
+        std::lock_guard guard(m_lock);
+        m_holding = true;
+        m_held.clear();
+    }
+    // Ends holding. After a successful open the held warnings are printed; after a failed one
+    // the last error's text is returned for the failure line.
+    std::string Release(int port, bool opened)
+    {
+        std::lock_guard guard(m_lock);
+        m_holding = false;
+        std::string reason;
+        for (auto const& [level, message] : m_held)
+        {
+            if (opened && level == Device::LEVEL_WARNING)
+            {
+                std::cerr << "warden: COM" << port << " warning: " << message << '\n';
+            }
+            else if (level != Device::LEVEL_WARNING)
+            {
+                reason = message;
+            }
+        }
+        m_held.clear();
+        return reason;
     }
     bool Invoke(int port, Device::EError error) override
     {
@@ -83,10 +120,12 @@ private:
     }
 
     std::mutex m_lock;
+    bool m_holding = false;
+    std::vector<std::pair<Device::EErrorLevel, std::string>> m_held;
 };
 
-// Why an open failed, in words a user can act on.
-std::string OpenFailure(int port, unsigned long code)
+// Why an open failed, in words a user can act on; `reason` is the device's own report.
+std::string OpenFailure(int port, unsigned long code, std::string const& reason)
 {
     std::string const where =
         "COM" + std::to_string(port) + " (" + Device::GetDevicePath(port) + ")";
@@ -99,7 +138,8 @@ std::string OpenFailure(int port, unsigned long code)
         return "cannot open " + where + ": the port is in use by another program (error " +
                std::to_string(code) + ")";
     default:
-        return "cannot open " + where + ": error " + std::to_string(code);
+        return "cannot open " + where + ": " + (reason.empty() ? "error" : reason) + " (error " +
+               std::to_string(code) + ")";
     }
 }
 
@@ -223,16 +263,20 @@ void SetupListen(CLI::App& app)
             // instead of losing sentences.
             device.SetHoldInputWhenFull(true);
             constexpr unsigned long kFifoBytes = 1UL << 20;
+            std::string reason;
             auto open = [&]
             {
-                return device.Open(port, static_cast<Device::EBaudrate>(options->baud),
-                                   static_cast<Device::EDataBits>(options->dataBits),
-                                   parities.at(options->parity), stops.at(options->stopBits),
-                                   handshakes.at(options->handshake), kFifoBytes);
+                reports.Hold();
+                unsigned long const code = device.Open(
+                    port, static_cast<Device::EBaudrate>(options->baud),
+                    static_cast<Device::EDataBits>(options->dataBits), parities.at(options->parity),
+                    stops.at(options->stopBits), handshakes.at(options->handshake), kFifoBytes);
+                reason = reports.Release(port, code == 0);
+                return code;
             };
             if (unsigned long const code = open(); code != 0)
             {
-                throw warden::Failure(OpenFailure(port, code));
+                throw warden::Failure(OpenFailure(port, code, reason));
             }
             std::cerr << "warden: listening on COM" << port << " (" << Device::GetDevicePath(port)
                       << ") at " << options->baud << " baud; Ctrl-C ends\n";
