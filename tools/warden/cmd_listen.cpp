@@ -9,6 +9,7 @@
 
 #include "Command.h"
 #include "NmeaPrinter.h"
+#include "PortOpenFailure.h"
 
 #include <atomic>
 #include <chrono>
@@ -123,25 +124,6 @@ private:
     bool m_holding = false;
     std::vector<std::pair<Device::EErrorLevel, std::string>> m_held;
 };
-
-// Why an open failed, in words a user can act on; `reason` is the device's own report.
-std::string OpenFailure(int port, unsigned long code, std::string const& reason)
-{
-    std::string const where =
-        "COM" + std::to_string(port) + " (" + Device::GetDevicePath(port) + ")";
-    switch (code)
-    {
-    case 2:
-        return "cannot open " + where + ": no such port (error 2)";
-    case 5:
-    case 31:
-        return "cannot open " + where + ": the port is in use by another program (error " +
-               std::to_string(code) + ")";
-    default:
-        return "cannot open " + where + ": " + (reason.empty() ? "error" : reason) + " (error " +
-               std::to_string(code) + ")";
-    }
-}
 
 bool FeedClock(std::string_view line)
 {
@@ -276,7 +258,7 @@ void SetupListen(CLI::App& app)
             };
             if (unsigned long const code = open(); code != 0)
             {
-                throw warden::Failure(OpenFailure(port, code, reason));
+                throw warden::Failure(warden::PortOpenFailure(port, code, reason));
             }
             std::cerr << "warden: listening on COM" << port << " (" << Device::GetDevicePath(port)
                       << ") at " << options->baud << " baud; Ctrl-C ends\n";

@@ -10,6 +10,7 @@
 
 #include "Command.h"
 #include "Json.h"
+#include "PortOpenFailure.h"
 
 #include <algorithm>
 #include <atomic>
@@ -394,8 +395,7 @@ void RunReceive(const Options& options)
             static_cast<Device::EDataBits>(options.dataBits), parities.at(options.parity),
             stops.at(options.stopBits), handshakes.at(options.handshake), 65536);
         if (code != 0)
-            throw warden::Failure("cannot open COM" + std::to_string(port) + " (" +
-                                  Device::GetDevicePath(port) + "): error " + std::to_string(code));
+            throw warden::Failure(warden::PortOpenFailure(port, code));
         device->PurgeInput();
         auto owned = std::make_unique<PortLine>(*device);
         portLine = owned.get();
